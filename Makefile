@@ -1,0 +1,48 @@
+# Entry points for newcomers and CI. Every target first makes sure the Debian packages the build
+# needs are present (installing only what is missing), then configures and builds with CMake.
+
+JOBS         ?= 2
+BUILD        ?= build
+BUILD_TEST   ?= build-asan
+BUILD_BENCH  ?= build-bench
+BUILD_FUZZ   ?= build-fuzz
+BUILD_COV    ?= build-coverage
+FUZZ_SECONDS ?= 60
+CMAKE        ?= cmake
+
+PACKAGES := cmake g++ make pkg-config libplist-dev libplist-utils libgtest-dev libbenchmark-dev
+
+.PHONY: all deps build run test bench fuzz memcheck coverage install format clean
+
+all: build
+
+deps:
+	@./scripts/install-deps $(PACKAGES)
+
+$(BUILD)/CMakeCache.txt: | deps
+	$(CMAKE) -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DBKGCOLORS_WERROR=ON
+
+build: deps $(BUILD)/CMakeCache.txt
+	$(CMAKE) --build $(BUILD) -j$(JOBS)
+
+run: build
+	@./scripts/demo $(BUILD)
+
+test: deps
+	$(CMAKE) -S . -B $(BUILD_TEST) -DCMAKE_BUILD_TYPE=Debug -DBKGCOLORS_WERROR=ON -DBKGCOLORS_SANITIZE=ON
+	$(CMAKE) --build $(BUILD_TEST) -j$(JOBS)
+	cd $(BUILD_TEST) && ASAN_OPTIONS=detect_leaks=1:abort_on_error=0 UBSAN_OPTIONS=print_stacktrace=1 \
+		ctest --output-on-failure -j$(JOBS)
+
+bench: deps
+	$(CMAKE) -S . -B $(BUILD_BENCH) -DCMAKE_BUILD_TYPE=Release -DBKGCOLORS_TESTS=OFF -DBKGCOLORS_BENCH=ON
+	$(CMAKE) --build $(BUILD_BENCH) -j$(JOBS)
+
+install: build
+	$(CMAKE) --install $(BUILD) --prefix $(or $(PREFIX),/usr/local)
+
+format:
+	clang-format -i $$(git ls-files '*.h' '*.cpp')
+
+clean:
+	rm -rf $(BUILD) $(BUILD_TEST) $(BUILD_BENCH) $(BUILD_FUZZ) $(BUILD_COV)

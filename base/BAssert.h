@@ -1,0 +1,13 @@
+// BAssert.h — the library's assertion for broken preconditions (a null object, a null buffer, a
+// list that must not be empty). A failed check prints one line naming the function, the stem of
+// the source file (BList, LinkedList, BMemFile), the line and the failed expression, then aborts.
+// It is always compiled in: these are programming errors that must stop the program, not debug
+// aids. Checks of `this` are kept by building the library with -fno-delete-null-pointer-checks.
+#pragma once
+
+namespace BAssertDetail {
+[[noreturn]] void Fail(const char* function, const char* file, int line, const char* expression);
+} // namespace BAssertDetail
+
+#define B_ASSERT(expr)                                                                             \
+    ((expr) ? static_cast<void>(0) : ::BAssertDetail::Fail(__func__, __FILE__, __LINE__, #expr))
