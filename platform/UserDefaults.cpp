@@ -589,7 +589,8 @@ void UserDefaults::reload(const Lock* held) {
 
     int fd = ::open(path_.c_str(), O_RDONLY | O_CLOEXEC);
     if (fd < 0) {
-        if (errno == ENOENT) {
+        // A folder on the way that is missing or not a folder: there is no file yet.
+        if (errno == ENOENT || errno == ENOTDIR) {
             file_.reset(plist_new_dict());
             stamp_ = Stamp();
             readable_ = true;
