@@ -397,6 +397,16 @@ TEST(StrEdit, SelfEditsThatMustGrowReadTheOldBlock) {
     t.Insert(t, 40, 50);
     EXPECT_EQ(Text(t), a40 + a40 + b40.substr(0, 10) + b40);
     EXPECT_EQ(Header(t).capacity, 191);
+
+    // Beyond the pooled sizes a sole holder's block is resized where it lies; the source is
+    // still the string's own former text.
+    const std::string big(1000, 'g');
+    Str u((big + "tail").c_str());
+    u += u;
+    EXPECT_EQ(Text(u), big + "tail" + big + "tail");
+    EXPECT_EQ(Header(u).capacity, 2047);
+    u.AppendChars(At(u, 1000), 4);
+    EXPECT_EQ(Text(u).substr(2008), "tail");
 }
 
 TEST(StrEdit, ConstOperationsNeverSpawn) {

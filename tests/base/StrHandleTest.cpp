@@ -289,7 +289,3 @@ TEST(StrHandle, ConstructAtAndDestructAtWorkOnRawArrays) {
     EXPECT_EQ(Header(shared).refCount, 1);
     EXPECT_EQ(_StrMT.value, 1);
 }
-
-TEST(StrHandle, DebugNameIsFixed) {
-    EXPECT_STREQ(STR_get_debugname(), "this application");
-}
