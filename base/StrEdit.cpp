@@ -178,10 +178,10 @@ Str operator+(char ch, Str const& b) {
 }
 
 Str& Str::Insert(const char* s, int pos, int count) {
-    const std::size_t avail = s ? std::strlen(s) : 0;
-    std::size_t n = avail;
-    if (count != -1)
-        n = count < 0 ? 0 : (static_cast<std::size_t>(count) < avail ? count : avail);
+    std::size_t n = 0;
+    if (s)
+        n = count == -1 ? std::strlen(s)
+                        : strnlen(s, count < 0 ? 0 : static_cast<std::size_t>(count));
     if (n == 0)
         return *this;
     const int len = Block()->length;
