@@ -22,8 +22,34 @@ inline unsigned char U(char c) {
     return static_cast<unsigned char>(c);
 }
 
-inline signed char UpperForOrdering(char c) {
-    return static_cast<signed char>(std::toupper(U(c)));
+// The current locale's case mappings, looked up once per operation rather than once per
+// character.
+class CaseMap {
+public:
+#ifdef __GLIBC__
+    CaseMap() : upper_(*__ctype_toupper_loc()), lower_(*__ctype_tolower_loc()) {}
+    int Upper(unsigned char c) const {
+        return upper_[c];
+    }
+    int Lower(unsigned char c) const {
+        return lower_[c];
+    }
+
+private:
+    const std::int32_t* upper_;
+    const std::int32_t* lower_;
+#else
+    int Upper(unsigned char c) const {
+        return std::toupper(c);
+    }
+    int Lower(unsigned char c) const {
+        return std::tolower(c);
+    }
+#endif
+};
+
+inline signed char UpperForOrdering(const CaseMap& map, char c) {
+    return static_cast<signed char>(map.Upper(U(c)));
 }
 
 // 1 when a orders after b as signed bytes, else -1.
@@ -95,6 +121,7 @@ int STR_stricmp(const char* a, const char* b) {
         a = "";
     if (!b)
         b = "";
+    const CaseMap map;
     for (;; ++a, ++b) {
         const char ca = *a, cb = *b;
         if (ca == 0)
@@ -103,7 +130,7 @@ int STR_stricmp(const char* a, const char* b) {
             return 1;
         if (ca == cb)
             continue;
-        const signed char ua = UpperForOrdering(ca), ub = UpperForOrdering(cb);
+        const signed char ua = UpperForOrdering(map, ca), ub = UpperForOrdering(map, cb);
         if (ua != ub)
             return SignedOrder(ua, ub);
     }
@@ -119,6 +146,7 @@ int STR_strnicmp(const char* a, const char* b, int n) {
         a = "";
     if (!b)
         b = "";
+    const CaseMap map;
     for (int i = 0; i < n; ++i) {
         const char ca = a[i], cb = b[i];
         if (ca == cb) {
@@ -127,7 +155,7 @@ int STR_strnicmp(const char* a, const char* b, int n) {
             continue;
         }
         // A string that ends here takes part as the value 0.
-        const signed char ua = UpperForOrdering(ca), ub = UpperForOrdering(cb);
+        const signed char ua = UpperForOrdering(map, ca), ub = UpperForOrdering(map, cb);
         if (ua != ub)
             return SignedOrder(ua, ub);
     }
@@ -137,13 +165,15 @@ int STR_strnicmp(const char* a, const char* b, int n) {
 // --- Case conversion -----------------------------------------------------------------------
 
 void STR_ToUpper(char* s, unsigned int n) {
+    const CaseMap map;
     for (unsigned int i = 0; i < n && s[i] != 0; ++i)
-        s[i] = static_cast<char>(std::toupper(U(s[i])));
+        s[i] = static_cast<char>(map.Upper(U(s[i])));
 }
 
 void STR_ToLower(char* s, unsigned int n) {
+    const CaseMap map;
     for (unsigned int i = 0; i < n && s[i] != 0; ++i)
-        s[i] = static_cast<char>(std::tolower(U(s[i])));
+        s[i] = static_cast<char>(map.Lower(U(s[i])));
 }
 
 // --- Replacing -----------------------------------------------------------------------------
@@ -392,10 +422,11 @@ void Str::Str_MakeUL(signed char upper) {
     const int len = GetLength();
     // Find the first character the conversion changes; text already in the wanted case is left
     // alone, so a shared block stays shared and nothing is allocated.
+    const CaseMap map;
     int first = 0;
     for (; first < len && dptr[first] != 0; ++first) {
-        const int c = U(dptr[first]);
-        if ((upper ? std::toupper(c) : std::tolower(c)) != c)
+        const unsigned char c = U(dptr[first]);
+        if ((upper ? map.Upper(c) : map.Lower(c)) != c)
             break;
     }
     if (first >= len || dptr[first] == 0)

@@ -87,6 +87,7 @@ TEST(StrFormat, EngineConversionsTable) {
         {Fmt("%zu"), "zu", "z is the letter, u is literal"},
         {Fmt("abc%"), "abc", "format ends after '%'"},
         {Fmt("abc%-5"), "abc", "format ends inside the specification"},
+        {Fmt("%d|%i|%u", INT_MIN, 0, -1), Printf("%d|%i|%u", INT_MIN, 0, -1), "bare integers"},
         {Fmt("%lld", LLONG_MIN), "-9223372036854775808", "ll is long long"},
         {Fmt("%ld", LONG_MAX), "9223372036854775807", "l is long"},
         {Fmt("%hd", 65537), "1", "h converts as printf does"},
@@ -269,16 +270,18 @@ TEST(StrFormat, RandomNumericConversionsMatchSnprintf) {
     auto makeSpec = [&](const char* lengths, const char* letters) {
         Spec s;
         s.text = "%";
+        const std::string l = letters;
+        const bool bare = chance(10); // no flags, width or precision
         const std::string flags = "-+ 0#";
-        for (int i = pick(0, 3); i > 0; --i)
+        for (int i = bare ? 0 : pick(0, 3); i > 0; --i)
             s.text += flags[static_cast<std::size_t>(pick(0, 4))];
-        if (chance(20)) {
+        if (!bare && chance(20)) {
             s.text += '*';
             ++s.stars;
-        } else if (chance(50)) {
+        } else if (!bare && chance(50)) {
             s.text += std::to_string(pick(1, chance(10) ? 300 : 20));
         }
-        if (chance(50)) {
+        if (!bare && chance(50)) {
             s.text += '.';
             if (chance(20)) {
                 s.text += '*';
@@ -295,7 +298,6 @@ TEST(StrFormat, RandomNumericConversionsMatchSnprintf) {
                 options.back() += *c;
         }
         s.text += options[static_cast<std::size_t>(pick(0, static_cast<int>(options.size()) - 1))];
-        const std::string l = letters;
         s.text += l[static_cast<std::size_t>(pick(0, static_cast<int>(l.size()) - 1))];
         return s;
     };
