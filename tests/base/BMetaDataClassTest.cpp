@@ -16,17 +16,6 @@ Bytes DataOf(const BMetaData& item) {
     return RunOf(item.GetDataPtr(), item.m_size);
 }
 
-std::vector<std::string> Tags(const BMetaDataTaggedList& list) {
-    std::vector<std::string> tags;
-    for (__POSITION* pos = list.GetHeadPosition(); pos != nullptr;)
-        tags.push_back(reinterpret_cast<const char*>(list.GetNext(pos).m_tag.GetDataPtr()));
-    return tags;
-}
-
-const Bytes kEmptyList = {0x49, 0x44, 0x4D, 0x44, 0x54, 0x4C, 0, 0, 0, 0};
-const Bytes kListW5 = {0x49, 0x44, 0x4D, 0x44, 0x54, 0x4C, 0x01, 0, 0,    0, 0x02, 0,
-                       0,    0,    0x77, 0x00, 0x04, 0,    0,    0, 0x05, 0, 0,    0};
-
 // A serialisable class with a field of its own, kept after the base's list record.
 class Counter : public BMetaDataClass {
 public:

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -21,13 +22,6 @@ std::string TagOf(const BMetaDataTagged& item) {
     return std::string(reinterpret_cast<const char*>(item.m_tag.GetDataPtr()));
 }
 
-std::vector<std::string> Tags(const BMetaDataTaggedList& list) {
-    std::vector<std::string> tags;
-    for (__POSITION* pos = list.GetHeadPosition(); pos != nullptr;)
-        tags.push_back(TagOf(list.GetNext(pos)));
-    return tags;
-}
-
 void Append(BMetaDataTaggedList& list, const char* tag, const Bytes& data) {
     BMetaDataTagged item;
     item.m_tag.SetData(tag);
@@ -36,11 +30,6 @@ void Append(BMetaDataTaggedList& list, const char* tag, const Bytes& data) {
         std::memcpy(item.GetDataPtr(), data.data(), data.size());
     list.AddTail(item);
 }
-
-// The empty list and the list holding tag "w" with the integer 5, in mode 1.
-const Bytes kEmptyList = {0x49, 0x44, 0x4D, 0x44, 0x54, 0x4C, 0, 0, 0, 0};
-const Bytes kListW5 = {0x49, 0x44, 0x4D, 0x44, 0x54, 0x4C, 0x01, 0, 0,    0, 0x02, 0,
-                       0,    0,    0x77, 0x00, 0x04, 0,    0,    0, 0x05, 0, 0,    0};
 
 TEST(BMetaDataTaggedList, SetThenGetIgnoresTagCase) {
     BMetaDataTaggedList list;
@@ -69,65 +58,45 @@ TEST(BMetaDataTaggedList, SettingATagAgainUpdatesItInPlace) {
 TEST(BMetaDataTaggedList, SettersStoreTheseBytes) {
     int anchor = 0;
     void* address = &anchor;
-    __POSITION* position = reinterpret_cast<__POSITION*>(&anchor);
     Bytes addressBytes(sizeof address);
     std::memcpy(addressBytes.data(), &address, sizeof address);
     const unsigned char run[3] = {9, 8, 7};
     BMetaDataTagged other;
     other.m_tag.SetData("ignored");
     other.SetData("xy");
-
-    struct Row {
+    using L = BMetaDataTaggedList&;
+    const struct Row {
         const char* what;
-        void (*set)(BMetaDataTaggedList&, void* context);
+        std::function<void(L)> set;
         Bytes data;
-    };
-    struct Context {
-        void* address;
-        __POSITION* position;
-        const unsigned char* run;
-        BMetaDataTagged* other;
-    } context{address, position, run, &other};
-    const Row rows[] = {
-        {"int",
-         [](BMetaDataTaggedList& l, void*) { l.SetData("t", -2); },
-         {0xFE, 0xFF, 0xFF, 0xFF}},
-        {"unsigned",
-         [](BMetaDataTaggedList& l, void*) { l.SetData("t", 0x01020304u); },
-         {4, 3, 2, 1}},
-        {"short", [](BMetaDataTaggedList& l, void*) { l.SetData("t", short{-2}); }, {0xFE, 0xFF}},
-        {"float", [](BMetaDataTaggedList& l, void*) { l.SetData("t", 1.0f); }, {0, 0, 0x80, 0x3F}},
-        {"pointer",
-         [](BMetaDataTaggedList& l, void* c) { l.SetData("t", static_cast<Context*>(c)->address); },
-         addressBytes},
-        {"position",
-         [](BMetaDataTaggedList& l, void* c) {
-             l.SetData("t", static_cast<Context*>(c)->position);
+    } rows[] = {
+        {"int", [](L l) { l.SetData("t", -2); }, {0xFE, 0xFF, 0xFF, 0xFF}},
+        {"unsigned", [](L l) { l.SetData("t", 0x01020304u); }, {4, 3, 2, 1}},
+        {"short", [](L l) { l.SetData("t", short{-2}); }, {0xFE, 0xFF}},
+        {"float", [](L l) { l.SetData("t", 1.0f); }, {0, 0, 0x80, 0x3F}},
+        {"pointer", [&](L l) { l.SetData("t", address); }, addressBytes},
+        {"position", [&](L l) { l.SetData("t", static_cast<__POSITION*>(address)); }, addressBytes},
+        {"Str", [](L l) { l.SetData("t", Str("ab")); }, {0x61, 0x62, 0}},
+        {"empty Str", [](L l) { l.SetData("t", Str()); }, {}},
+        {"text", [](L l) { l.SetData("t", "ab"); }, {0x61, 0x62, 0}},
+        {"empty text", [](L l) { l.SetData("t", ""); }, {}},
+        {"bytes", [&](L l) { l.SetData("t", run, 3u); }, {9, 8, 7}},
+        {"null bytes", [](L l) { l.SetData("t", static_cast<unsigned char*>(nullptr), 5u); }, {}},
+        {"item, its tag ignored", [&](L l) { l.SetData("t", other); }, {0x78, 0x79, 0}},
+        {"item by its own tag",
+         [&](L l) {
+             other.m_tag.SetData("T");
+             l.SetData(other);
          },
-         addressBytes},
-        {"Str", [](BMetaDataTaggedList& l, void*) { l.SetData("t", Str("ab")); }, {0x61, 0x62, 0}},
-        {"empty Str", [](BMetaDataTaggedList& l, void*) { l.SetData("t", Str()); }, {}},
-        {"text", [](BMetaDataTaggedList& l, void*) { l.SetData("t", "ab"); }, {0x61, 0x62, 0}},
-        {"empty text", [](BMetaDataTaggedList& l, void*) { l.SetData("t", ""); }, {}},
-        {"bytes",
-         [](BMetaDataTaggedList& l, void* c) { l.SetData("t", static_cast<Context*>(c)->run, 3u); },
-         {9, 8, 7}},
-        {"null bytes",
-         [](BMetaDataTaggedList& l, void*) {
-             l.SetData("t", static_cast<const unsigned char*>(nullptr), 5u);
-         },
-         {}},
-        {"item, its tag ignored",
-         [](BMetaDataTaggedList& l, void* c) { l.SetData("t", *static_cast<Context*>(c)->other); },
          {0x78, 0x79, 0}},
     };
     for (const Row& r : rows) {
         BMetaDataTaggedList list;
         list.SetData("T", "long previous data of many bytes");
-        r.set(list, &context);
+        r.set(list);
         ASSERT_EQ(list.GetCount(), 1u) << r.what;
-        EXPECT_EQ(TagOf(list.GetAt(list.GetHeadPosition())), "T") << r.what;
-        EXPECT_EQ(DataOf(list.GetAt(list.GetHeadPosition())), r.data) << r.what;
+        EXPECT_EQ(TagOf(list.GetTail()), "T") << r.what;
+        EXPECT_EQ(DataOf(list.GetTail()), r.data) << r.what;
     }
 }
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "base/BMemFile.h"
+#include "base/BMetaDataTaggedList.h"
 
 #include <initializer_list>
 #include <string>
@@ -28,6 +29,24 @@ inline Bytes Written(const BMemFile& f) {
 inline Bytes RunOf(const unsigned char* p, unsigned int n) {
     return Bytes(p, p + n);
 }
+
+// The data bytes of an item or tag.
+inline Bytes DataOf(const BMetaData& item) {
+    return RunOf(item.GetDataPtr(), item.m_size);
+}
+
+// The tags of a list, head to tail, each up to its first zero byte.
+inline std::vector<std::string> Tags(const BMetaDataTaggedList& list) {
+    std::vector<std::string> tags;
+    for (__POSITION* pos = list.GetHeadPosition(); pos != nullptr;)
+        tags.push_back(reinterpret_cast<const char*>(list.GetNext(pos).m_tag.GetDataPtr()));
+    return tags;
+}
+
+// The list records of the empty list and of the list holding tag "w" with the integer 5, mode 1.
+const Bytes kEmptyList = {0x49, 0x44, 0x4D, 0x44, 0x54, 0x4C, 0, 0, 0, 0};
+const Bytes kListW5 = {0x49, 0x44, 0x4D, 0x44, 0x54, 0x4C, 0x01, 0, 0,    0, 0x02, 0,
+                       0,    0,    0x77, 0x00, 0x04, 0,    0,    0, 0x05, 0, 0,    0};
 
 inline std::string Hex(const Bytes& b) {
     static const char digits[] = "0123456789ABCDEF";
