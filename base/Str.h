@@ -21,6 +21,7 @@
 #include <cstdarg>
 #include <cstdint>
 #include <cwchar>
+#include <new>
 
 class Str;
 
@@ -359,6 +360,25 @@ private:
     bool IsEmptyBlock() const { return dptr == StrImplementation::oInitializer.text; }
     // Drops this holder's count on a non-empty block, giving the block back when it was the last.
     void Release() noexcept;
+
+    // The write preparation every change goes through. The block is written in place only when
+    // this string is its sole holder (the empty block's fixed count of 2 excludes it) and, for a
+    // growing change, capacity fits; otherwise li_spawn replaces it (a non-growing change keeps
+    // the current capacity) and the old block waits in held until ReleaseHeld, so the change may
+    // still read the former text.
+    void PrepareWrite(int capacity, bool keep, bool grows, StrImplementation::syncstr& held) {
+        const StrImplementation::SBlock* b = Block();
+        if (b->refCount != 1 || (grows && capacity > b->capacity))
+            li_spawn(grows ? capacity : b->capacity, keep, &held);
+    }
+    static void ReleaseHeld(StrImplementation::syncstr& held) noexcept;
+    // The capacity requested for a text of length characters: length | 63. A length beyond the
+    // 32-bit limit of the header cannot be held and is reported as an allocation failure.
+    static int CapacityFor(long long length) {
+        if (length > INT32_MAX)
+            throw std::bad_alloc();
+        return static_cast<int>(length) | 63;
+    }
 
     char* dptr;
 };
