@@ -161,6 +161,8 @@ public:
     Str ToUpperLower(char const* text) const;
 
 private:
+    friend class BFilenameTestPeer;
+
     // Sets the five components to empty.
     void Clear();
 
