@@ -398,14 +398,14 @@ TEST(BFilename, AssignmentCopiesContentResetsDelimitersKeepsTag) {
     EXPECT_EQ(PartsOf(target), PartsOf(source));
     EXPECT_EQ(target.OSDelimiter(0), '/');
     EXPECT_EQ(target.WINDelimiter(0), '\\');
-    EXPECT_EQ(target.m_tag.CompareTag("mine"), 0);
+    EXPECT_EQ(target.CompareTag("mine"), 0);
     EXPECT_EQ(target.m_metaData.GetCount(), 1u);
     int w = 0;
     EXPECT_NE(target.m_metaData.GetData("w", w), nullptr);
     EXPECT_EQ(w, 5);
     EXPECT_EQ(DataOf(target), DataOf(source));
 
-    const BFilename copy(source);
+    BFilename copy(source);
     EXPECT_EQ(PartsOf(copy), PartsOf(source));
     EXPECT_EQ(copy.OSDelimiter(0), '/');
     EXPECT_EQ(DataOf(copy), DataOf(source));
@@ -436,7 +436,7 @@ TEST(BFilename, SetWritesLengthStorageAndListRecord) {
     f.m_metaData.SetData("w", 5);
     f.Set();
     EXPECT_EQ(DataOf(f), Concat({{7, 0, 0, 0}, Ascii("a/\t\t\tb\t"), kListW5}));
-    EXPECT_EQ(f.m_tag.CompareTag("T"), 0);
+    EXPECT_EQ(f.CompareTag("T"), 0);
 }
 
 TEST(BFilename, GetRestoresFromRecordBytes) {
@@ -517,7 +517,7 @@ TEST(BFilename, SerialisedFormRoundTripsIntoAnotherObject) {
         EXPECT_NE(target.m_metaData.GetData("name", value), nullptr);
         EXPECT_EQ(Text(value), "value");
         EXPECT_EQ(target.OSDelimiter(0), ':');
-        EXPECT_EQ(target.m_tag.CompareTag("mine"), 0);
+        EXPECT_EQ(target.CompareTag("mine"), 0);
         EXPECT_EQ(DataOf(target), DataOf(source));
     }
 }
