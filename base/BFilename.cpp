@@ -438,8 +438,10 @@ Str BFilename::RenameLastDirectory(char const* name) {
 
 void BFilename::DividePath(char const* path, StrList* list) const {
     Str rest(path != nullptr ? path : "");
-    int at;
-    while (!rest.IsEmpty() && (at = rest.FindOneOf("/\\")) >= 0) {
+    while (!rest.IsEmpty()) {
+        const int at = rest.FindOneOf("/\\");
+        if (at < 0)
+            break;
         Str level = rest.Mid(0, at + 1);
         list->AddTail(level);
         rest = rest.Mid(at + 1, rest.GetLength());
