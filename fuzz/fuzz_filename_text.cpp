@@ -1,12 +1,12 @@
 // Parses arbitrary text as a storage string, a catalog string and a path, then runs the path
 // operations on the result. The first byte picks the delimiters, so unusual settings are covered.
 // A storage string with exactly four tabs must parse back to itself.
+#include "FuzzCheck.h"
 #include "base/BFilename.h"
 #include "base/StrList.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 
 namespace {
@@ -18,17 +18,12 @@ int Tabs(const Str& s) {
     return n;
 }
 
-void Check(bool ok) {
-    if (!ok)
-        std::abort();
-}
-
 void Exercise(BFilename& f) {
     const Str storage = f.GetStorageString();
     if (Tabs(storage) == 4) {
         BFilename again;
         again.SetStorageString(storage);
-        Check(again.GetStorageString() == storage);
+        FUZZ_CHECK(again.GetStorageString() == storage);
     }
     f.GetCatalogString();
     f.OSPath();
@@ -44,7 +39,7 @@ void Exercise(BFilename& f) {
     f.ToUpperLower(f.GetPath());
     f.UnZipFilename();
     BFilename copy(f);
-    Check(copy.Compare(f) == 0);
+    FUZZ_CHECK(copy.Compare(f) == 0);
 }
 
 } // namespace
@@ -68,7 +63,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         f.SetCatalogString(s);
     } catch (const StrException&) {
         // "Zip:" with fewer than two characters after it: the components are left empty.
-        Check(f.GetStorageString() == "\t\t\t\t");
+        FUZZ_CHECK(f.GetStorageString() == "\t\t\t\t");
     }
     Exercise(f);
     f.SetPath(s);
