@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <exception>
 #include <fcntl.h>
 #include <pwd.h>
 #include <set>
@@ -486,8 +487,15 @@ UserDefaults::UserDefaults(std::string path) : path_(std::move(path)) {
 }
 
 UserDefaults::~UserDefaults() {
-    if (!pending_.empty())
+    if (pending_.empty())
+        return;
+    // A destructor must not throw; running out of memory here loses only the unsaved changes.
+    try {
         synchronize();
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "bkgcolors: cannot save defaults to %s: %s\n", path_.c_str(),
+                     e.what());
+    }
 }
 
 bool UserDefaults::setObject(const std::optional<Object>& value, const std::string& key) {
