@@ -1,0 +1,519 @@
+// StrSearch.cpp — the read-only side of Str: searching, spans and tokens, equality, the ordering
+// comparisons, case conversion, number parsing and the wide/narrow copies.
+//
+// Character classification and case mapping follow the current locale and always receive the
+// byte as an unsigned char; ordering compares bytes as signed chars, so bytes 128-255 sort before
+// the ASCII range.
+#include "base/Str.h"
+
+#include <cctype>
+#include <climits>
+#include <clocale>
+#include <cstdlib>
+#include <cstring>
+#include <cwchar>
+#include <new>
+
+using StrImplementation::SBlock;
+
+namespace {
+
+inline unsigned char U(char c) {
+    return static_cast<unsigned char>(c);
+}
+
+// The current locale's case mappings, looked up once per operation rather than once per
+// character.
+class CaseMap {
+public:
+#ifdef __GLIBC__
+    CaseMap() : upper_(*__ctype_toupper_loc()), lower_(*__ctype_tolower_loc()) {}
+    int Upper(unsigned char c) const {
+        return upper_[c];
+    }
+    int Lower(unsigned char c) const {
+        return lower_[c];
+    }
+
+private:
+    const std::int32_t* upper_;
+    const std::int32_t* lower_;
+#else
+    int Upper(unsigned char c) const {
+        return std::toupper(c);
+    }
+    int Lower(unsigned char c) const {
+        return std::tolower(c);
+    }
+#endif
+};
+
+inline signed char UpperForOrdering(const CaseMap& map, char c) {
+    return static_cast<signed char>(map.Upper(U(c)));
+}
+
+// 1 when a orders after b as signed bytes, else -1.
+inline int SignedOrder(signed char a, signed char b) {
+    return a > b ? 1 : -1;
+}
+
+// Scratch text that lives on the stack for short texts and on the heap otherwise.
+class Scratch {
+public:
+    explicit Scratch(std::size_t bytes)
+        : heap_(bytes > sizeof(local_) ? static_cast<char*>(std::malloc(bytes)) : nullptr) {
+        if (bytes > sizeof(local_) && !heap_)
+            throw std::bad_alloc();
+    }
+    ~Scratch() { std::free(heap_); }
+    Scratch(const Scratch&) = delete;
+    Scratch& operator=(const Scratch&) = delete;
+    char* get() { return heap_ ? heap_ : local_; }
+
+private:
+    char local_[128];
+    char* heap_;
+};
+
+// True when p points into the text area of s's block (the argument aliases the string).
+bool PointsInto(const Str& s, const char* p) {
+    const char* text = s;
+    auto b = reinterpret_cast<std::uintptr_t>(text);
+    auto q = reinterpret_cast<std::uintptr_t>(p);
+    return q >= b && q <= b + static_cast<std::uintptr_t>(SBlock::of(text)->capacity);
+}
+
+// Whole-text number check: the parse must have consumed every character of the text.
+template <typename T> T CheckNumber(const Str& s, const char* end, T value, signed char* failed) {
+    const char* text = s;
+    if (end == nullptr || end == text + s.GetLength()) {
+        if (failed)
+            *failed = 0;
+        return value;
+    }
+    if (!failed)
+        s.Error(Str::ecNotNumber);
+    *failed = 1;
+    return T(0);
+}
+
+} // namespace
+
+// --- Ordering comparisons ------------------------------------------------------------------
+
+namespace StrImplementation {
+
+int STR_strcmp_ex(const char* a, const char* b) {
+    if (!a)
+        a = "";
+    if (!b)
+        b = "";
+    for (;; ++a, ++b) {
+        if (*a != *b)
+            return SignedOrder(static_cast<signed char>(*a), static_cast<signed char>(*b));
+        if (*a == 0)
+            return 0;
+    }
+}
+
+int STR_stricmp(const char* a, const char* b) {
+    if (!a)
+        a = "";
+    if (!b)
+        b = "";
+    const CaseMap map;
+    for (;; ++a, ++b) {
+        const char ca = *a, cb = *b;
+        if (ca == 0)
+            return cb == 0 ? 0 : -1;
+        if (cb == 0)
+            return 1;
+        if (ca == cb)
+            continue;
+        const signed char ua = UpperForOrdering(map, ca), ub = UpperForOrdering(map, cb);
+        if (ua != ub)
+            return SignedOrder(ua, ub);
+    }
+}
+
+int STR_stricmp_ex(const char* a, const char* b) {
+    const int r = STR_stricmp(a, b);
+    return r < 0 ? -1 : (r > 0 ? 1 : 0);
+}
+
+int STR_strnicmp(const char* a, const char* b, int n) {
+    if (!a)
+        a = "";
+    if (!b)
+        b = "";
+    const CaseMap map;
+    for (int i = 0; i < n; ++i) {
+        const char ca = a[i], cb = b[i];
+        if (ca == cb) {
+            if (ca == 0)
+                return 0;
+            continue;
+        }
+        // A string that ends here takes part as the value 0.
+        const signed char ua = UpperForOrdering(map, ca), ub = UpperForOrdering(map, cb);
+        if (ua != ub)
+            return SignedOrder(ua, ub);
+    }
+    return 0;
+}
+
+// --- Case conversion -----------------------------------------------------------------------
+
+void STR_ToUpper(char* s, unsigned int n) {
+    const CaseMap map;
+    for (unsigned int i = 0; i < n && s[i] != 0; ++i)
+        s[i] = static_cast<char>(map.Upper(U(s[i])));
+}
+
+void STR_ToLower(char* s, unsigned int n) {
+    const CaseMap map;
+    for (unsigned int i = 0; i < n && s[i] != 0; ++i)
+        s[i] = static_cast<char>(map.Lower(U(s[i])));
+}
+
+// --- Replacing -----------------------------------------------------------------------------
+
+int STR_ReplaceCore(Str& str, const char* find, const char* repl, signed char nocase) {
+    if (!find || *find == 0)
+        str.Error(Str::ecEmptyArg);
+    if (!repl)
+        repl = "";
+    // Texts taken from the string itself would change (or vanish) under the first replacement.
+    Str findCopy, replCopy;
+    if (PointsInto(str, find)) {
+        findCopy = find;
+        find = findCopy;
+    }
+    if (PointsInto(str, repl)) {
+        replCopy = repl;
+        repl = replCopy;
+    }
+    const int m = static_cast<int>(std::strlen(find));
+    const int r = static_cast<int>(std::strlen(repl));
+    int from = 0, replaced = 0;
+    while (from <= str.GetLength() - m) {
+        const int found = nocase ? str.FindNoCase(find, from) : str.Find(find, from);
+        if (found < 0)
+            break;
+        from = found + r;
+        str.ReplaceAt(found, m, repl);
+        ++replaced;
+    }
+    return replaced;
+}
+
+// --- Numbers -------------------------------------------------------------------------------
+
+long STR_strtol(const char* s, char** end, int base) {
+    const char* p = s;
+    while (std::isspace(U(*p)))
+        ++p;
+    bool negative = false;
+    if (*p == '+') {
+        ++p;
+    } else if (*p == '-') {
+        negative = true;
+        ++p;
+    }
+    if (base < 0 || base == 1 || base > 36) {
+        if (end)
+            *end = const_cast<char*>(s);
+        return 0;
+    }
+    const bool hexPrefix = p[0] == '0' && (p[1] == 'x' || p[1] == 'X');
+    if (base == 0)
+        base = hexPrefix ? 16 : (p[0] == '0' ? 8 : 10);
+    if (base == 16 && hexPrefix)
+        p += 2;
+
+    std::uint32_t value = 0;
+    const char* digits = p;
+    for (;; ++p) {
+        const unsigned char c = U(*p);
+        unsigned int d;
+        if (c >= '0' && c <= '9')
+            d = c - '0';
+        else if (c >= 'a' && c <= 'z')
+            d = c - 'a' + 10;
+        else if (c >= 'A' && c <= 'Z')
+            d = c - 'A' + 10;
+        else
+            break;
+        if (d >= static_cast<unsigned int>(base))
+            break;
+        value = value * static_cast<std::uint32_t>(base) + d; // wraps modulo 2^32 by design
+    }
+    if (p == digits) {
+        if (end)
+            *end = const_cast<char*>(s);
+        return 0;
+    }
+    if (end)
+        *end = const_cast<char*>(p);
+    if (negative)
+        value = 0u - value;
+    return static_cast<long>(static_cast<std::int32_t>(value));
+}
+
+double STR_strtod(const char* s, char** end) {
+    return std::strtod(s, end);
+}
+
+} // namespace StrImplementation
+
+// --- Character searches ----------------------------------------------------------------------
+
+int Str::Find(char ch, int start) const {
+    if (start < 0 || start > GetLength())
+        Error(ecIndexRange);
+    if (dptr[start] == 0)
+        return -1;
+    const char* p = std::strchr(dptr + start, ch);
+    return p ? static_cast<int>(p - dptr) : -1;
+}
+
+int Str::ReverseFind(char ch, int start) const {
+    const int len = GetLength();
+    if (start == -1) {
+        if (len == 0)
+            return -1;
+        start = len - 1;
+    } else if (start >= len) {
+        Error(ecIndexRange);
+    } else if (start < 0) {
+        return -1;
+    }
+    const void* p = memrchr(dptr, ch, static_cast<std::size_t>(start) + 1);
+    return p ? static_cast<int>(static_cast<const char*>(p) - dptr) : -1;
+}
+
+int Str::FindNoCase(char ch, int start) const {
+    Str lower(*this);
+    lower.Str_MakeUL(0);
+    return lower.Find(static_cast<char>(std::tolower(U(ch))), start);
+}
+
+int Str::ReverseFindNoCase(char ch, int start) const {
+    Str lower(*this);
+    lower.Str_MakeUL(0);
+    return lower.ReverseFind(static_cast<char>(std::tolower(U(ch))), start);
+}
+
+// --- Text searches -----------------------------------------------------------------------------
+
+int Str::Find(const char* s, int start) const {
+    if (start < 0)
+        Error(ecIndexRange);
+    if (!s || *s == 0)
+        return -1;
+    const std::size_t m = std::strlen(s);
+    const long last = static_cast<long>(GetLength()) - static_cast<long>(m);
+    for (long i = start;;) {
+        if (i > last || dptr[i] == 0)
+            return -1;
+        const char* p = std::strchr(dptr + i, s[0]);
+        if (!p)
+            return -1;
+        const long at = p - dptr;
+        // Past last the rest cannot hold s, and comparing would read beyond the text.
+        if (at > last)
+            return -1;
+        if (m == 1 || std::memcmp(p + 1, s + 1, m - 1) == 0)
+            return static_cast<int>(at);
+        i = at + 1;
+    }
+}
+
+int Str::FindNoCase(const char* s, int start) const {
+    if (!s)
+        s = "";
+    const std::size_t m = std::strlen(s);
+    Scratch needle(m + 1);
+    std::memcpy(needle.get(), s, m + 1);
+    StrImplementation::STR_ToLower(needle.get(), static_cast<unsigned int>(m));
+    Str lower(*this);
+    lower.Str_MakeUL(0);
+    return lower.Find(needle.get(), start);
+}
+
+int Str::FindOneOf(const char* set, int start) const {
+    if (!set || *set == 0)
+        Error(ecEmptyArg);
+    if (start < 0 || (start >= 1 && start >= GetLength()))
+        Error(ecIndexRange);
+    const int r = StringSpanExcluding(dptr + start, set);
+    return r < 0 ? -1 : start + r;
+}
+
+// --- Spans and tokens --------------------------------------------------------------------------
+
+int Str::StringSpanIncluding(const char* str, const char* set) {
+    if (!str || !set || *set == 0)
+        return 0;
+    if (set[1] == 0) {
+        const char c = set[0];
+        int n = 0;
+        while (str[n] == c)
+            ++n;
+        return n;
+    }
+    return static_cast<int>(std::strspn(str, set));
+}
+
+int Str::StringSpanExcluding(const char* str, const char* set) {
+    if (!str || !set || *set == 0)
+        return -1;
+    const std::size_t n = std::strcspn(str, set);
+    return str[n] == 0 ? -1 : static_cast<int>(n);
+}
+
+Str Str::SpanIncluding(const char* set) const {
+    const int n = StringSpanIncluding(dptr, set);
+    return n < 1 ? Str() : Mid(0, n);
+}
+
+Str Str::SpanExcluding(const char* set) const {
+    const int n = StringSpanExcluding(dptr, set);
+    return n < 1 ? Str() : Mid(0, n);
+}
+
+Str Str::Tokenize(const char* set, int& pos) const {
+    if (pos < 0)
+        return Str();
+    const int len = GetLength();
+    if (pos < len) {
+        const int start = pos + StringSpanIncluding(dptr + pos, set);
+        if (dptr[start] != 0) {
+            int n = StringSpanExcluding(dptr + start, set);
+            if (n < 0)
+                n = len - start;
+            pos = start + n < len ? start + n : -1;
+            return Mid(start, n);
+        }
+    }
+    pos = -1;
+    return Str();
+}
+
+// --- Equality ----------------------------------------------------------------------------------
+
+bool operator==(Str const& a, Str const& b) {
+    const int n = a.GetLength();
+    return n == b.GetLength() &&
+           std::memcmp(static_cast<const char*>(a), static_cast<const char*>(b), n) == 0;
+}
+
+bool operator==(Str const& a, char const* s) {
+    if (!s)
+        s = "";
+    const std::size_t n = std::strlen(s);
+    return n == static_cast<std::size_t>(a.GetLength()) &&
+           std::memcmp(static_cast<const char*>(a), s, n) == 0;
+}
+
+// --- Case and numbers --------------------------------------------------------------------------
+
+void Str::Str_MakeUL(signed char upper) {
+    const int len = GetLength();
+    // Find the first character the conversion changes; text already in the wanted case is left
+    // alone, so a shared block stays shared and nothing is allocated.
+    const CaseMap map;
+    int first = 0;
+    for (; first < len && dptr[first] != 0; ++first) {
+        const unsigned char c = U(dptr[first]);
+        if ((upper ? map.Upper(c) : map.Lower(c)) != c)
+            break;
+    }
+    if (first >= len || dptr[first] == 0)
+        return;
+    Scratch scratch(static_cast<std::size_t>(len) + 1);
+    char* s = scratch.get();
+    std::memcpy(s, dptr, static_cast<std::size_t>(len) + 1);
+    const unsigned int rest = static_cast<unsigned int>(len - first);
+    if (upper)
+        StrImplementation::STR_ToUpper(s + first, rest);
+    else
+        StrImplementation::STR_ToLower(s + first, rest);
+    Copy_Native(s);
+}
+
+int Str::ToInt(signed char* failed) const {
+    char* end = nullptr;
+    const long v = StrImplementation::STR_strtol(dptr, &end, 10);
+    return CheckNumber(*this, end, static_cast<int>(v), failed);
+}
+
+float Str::ToFloat(signed char* failed) const {
+    char* end = nullptr;
+    const double v = StrImplementation::STR_strtod(dptr, &end);
+    return CheckNumber(*this, end, static_cast<float>(v), failed);
+}
+
+double Str::ToDouble(signed char* failed) const {
+    char* end = nullptr;
+    const double v = StrImplementation::STR_strtod(dptr, &end);
+    return CheckNumber(*this, end, v, failed);
+}
+
+// --- Heap copies and single characters ---------------------------------------------------------
+
+char* Str::GetStringA() const {
+    const std::size_t n = static_cast<std::size_t>(GetLength()) + 1;
+    char* p = static_cast<char*>(std::malloc(n));
+    if (!p)
+        throw std::bad_alloc();
+    std::memcpy(p, dptr, n);
+    return p;
+}
+
+wchar_t* Str::GetStringW() const {
+    const std::size_t len = std::strlen(dptr);
+    if (len > 4294967294u)
+        Error(ecTooLong);
+    wchar_t* w = static_cast<wchar_t*>(std::malloc((len + 1) * sizeof(wchar_t)));
+    if (!w)
+        throw std::bad_alloc();
+    // Character by character so that a byte sequence the locale rejects becomes one '?' and the
+    // rest still converts.
+    std::mbstate_t state{};
+    std::size_t in = 0, out = 0;
+    while (in < len) {
+        wchar_t wc;
+        const std::size_t r = std::mbrtowc(&wc, dptr + in, len - in, &state);
+        if (r == static_cast<std::size_t>(-1) || r == static_cast<std::size_t>(-2) || r == 0) {
+            wc = L'?';
+            state = std::mbstate_t{};
+            ++in;
+        } else {
+            in += r;
+        }
+        w[out++] = wc;
+    }
+    w[out] = 0;
+    return w;
+}
+
+namespace Char {
+
+char ToANSI(wchar_t ch) {
+    if (ch == 0)
+        return 0;
+    char buf[MB_LEN_MAX];
+    std::mbstate_t state{};
+    return std::wcrtomb(buf, ch, &state) == 1 ? buf[0] : '?';
+}
+
+wchar_t ToUnicode(char ch) {
+    if (ch == 0)
+        return 0;
+    wchar_t wc;
+    std::mbstate_t state{};
+    return std::mbrtowc(&wc, &ch, 1, &state) == 1 ? wc : L'?';
+}
+
+} // namespace Char
