@@ -1,0 +1,532 @@
+// StrFormat.cpp — the printf-style engine of Str. The engine walks the format itself: literal runs
+// and strings are appended directly; each numeric conversion is handed, alone, to the C library's
+// formatter, so its text is exactly what printf gives for that conversion and value.
+//
+// Every conversion is formatted into a buffer that grows to the size the formatter asks for, so a
+// conversion is never cut and never overflows. Length modifiers mean what this platform's printf
+// reads: h and hh an int, l a long, ll and L a long long (integers) or a long double (floating
+// conversions); '*' takes an int wherever printf takes one.
+#include "base/Str.h"
+
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+using StrImplementation::SBlock;
+using StrImplementation::StrArgList;
+using StrImplementation::verifymt;
+
+namespace {
+
+// Characters that may stand between '%' and the conversion letter.
+const char fprefix[] = "-+0 #*.123456789hlL";
+// Conversions that take one integer (or character) argument.
+const char intletters[] = "cCdiouxX";
+// Conversions that take one floating argument.
+const char Str_dblletters[] = "eEfgG";
+// What a null string pointer prints as.
+const char nulltext[] = "(null)";
+
+// Longest text a string may reach; beyond it the block size would not fit its header's fields.
+constexpr std::size_t kMaxLength = INT_MAX - 1024;
+// The size estimate of an empty string before formatting is a hint; it is capped so that an
+// absurd format cannot ask for an absurd block up front.
+constexpr long long kMaxEstimate = 1LL << 26;
+
+// A byte buffer on the stack that moves to the heap when it must grow; always zero-terminated.
+class TextBuf {
+public:
+    TextBuf() { local_[0] = 0; }
+    ~TextBuf() {
+        if (data_ != local_)
+            std::free(data_);
+    }
+    TextBuf(const TextBuf&) = delete;
+    TextBuf& operator=(const TextBuf&) = delete;
+
+    char* data() { return data_; }
+    std::size_t size() const { return size_; }
+    std::size_t capacity() const { return cap_; }
+
+    // Makes room for n bytes, keeping the contents; false when the heap cannot.
+    bool Reserve(std::size_t n) {
+        if (n <= cap_)
+            return true;
+        char* p = static_cast<char*>(std::malloc(n));
+        if (!p)
+            return false;
+        std::memcpy(p, data_, size_ + 1);
+        if (data_ != local_)
+            std::free(data_);
+        data_ = p;
+        cap_ = n;
+        return true;
+    }
+    void Push(char c) {
+        if (size_ + 2 > cap_ && !Reserve(cap_ * 2))
+            throw std::bad_alloc();
+        data_[size_++] = c;
+        data_[size_] = 0;
+    }
+    void SetSize(std::size_t n) {
+        size_ = n;
+        data_[n] = 0;
+    }
+
+private:
+    char local_[128];
+    char* data_ = local_;
+    std::size_t cap_ = sizeof(local_);
+    std::size_t size_ = 0;
+};
+
+// The one place that calls the C library's formatter.
+int STR_dosprintf_X(char* buf, std::size_t size, const char* fmt, va_list ap) {
+    return std::vsnprintf(buf, size, fmt, ap);
+}
+
+int DoSprintf(char* buf, std::size_t size, const char* fmt, ...) {
+    va_list ap;
+    va_start(ap, fmt);
+    const int n = STR_dosprintf_X(buf, size, fmt, ap);
+    va_end(ap);
+    return n;
+}
+
+// Formats into out, growing it to the full result; returns the length, or -1 when the formatter
+// reports an error (an unconvertible wide character, a result longer than INT_MAX).
+int FormatInto(TextBuf& out, const char* fmt, ...) {
+    va_list ap, again;
+    va_start(ap, fmt);
+    va_copy(again, ap);
+    int n = STR_dosprintf_X(out.data(), out.capacity(), fmt, ap);
+    va_end(ap);
+    bool roomless = false;
+    if (n >= 0 && static_cast<std::size_t>(n) >= out.capacity()) {
+        if (static_cast<std::size_t>(n) <= kMaxLength &&
+            out.Reserve(static_cast<std::size_t>(n) + 1))
+            n = STR_dosprintf_X(out.data(), out.capacity(), fmt, again);
+        else
+            roomless = true;
+    }
+    va_end(again);
+    if (roomless)
+        throw std::bad_alloc();
+    out.SetSize(n < 0 ? 0 : static_cast<std::size_t>(n));
+    return n;
+}
+
+// One formatted value with the '*' arguments printf takes before it.
+template <typename T> int Emit(TextBuf& out, const char* spec, const int* stars, int nstars, T v) {
+    switch (nstars) {
+    case 0:
+        return FormatInto(out, spec, v);
+    case 1:
+        return FormatInto(out, spec, stars[0], v);
+    default:
+        return FormatInto(out, spec, stars[0], stars[1], v);
+    }
+}
+
+// Appends to the string being formatted. The block the string held when formatting began is kept
+// alive until the end, so that arguments pointing into its text stay readable even after an
+// append has moved the string to a larger block.
+class Sink {
+public:
+    Sink(Str& s, verifymt& vm) : s_(s), vm_(vm), origin_(s) {}
+    Str& str() { return s_; }
+
+    void Put(const char* p, std::size_t n) {
+        if (n == 0)
+            return;
+        const std::size_t len = static_cast<std::size_t>(s_.GetLength());
+        if (n > kMaxLength - len)
+            throw std::bad_alloc();
+        const char* text = s_;
+        if (!guarded_ && text == origin_ && text != StrImplementation::oInitializer.text &&
+            len + n > static_cast<std::size_t>(SBlock::of(text)->capacity)) {
+            keep_ = s_;
+            guarded_ = true;
+        }
+        s_.CoreAppendChars(p, static_cast<int>(n), vm_);
+    }
+
+private:
+    Str& s_;
+    verifymt& vm_;
+    const char* origin_;
+    Str keep_;
+    bool guarded_ = false;
+};
+
+// The '*' arguments of one conversion, taken in order; more than two raises ecFormatStars.
+int TakeStars(Sink& sink, const char* prefix, std::size_t len, StrArgList& ap, int* stars) {
+    int n = 0;
+    for (std::size_t i = 0; i < len; ++i)
+        n += prefix[i] == '*';
+    if (n > 2)
+        sink.str().Error(Str::ecFormatStars);
+    for (int i = 0; i < n; ++i)
+        stars[i] = va_arg(ap.ap, int);
+    return n;
+}
+
+// Length class of a conversion: 0 for none, h or hh; 1 for l; 2 for ll or L.
+int LengthClass(const char* prefix, std::size_t len) {
+    int ls = 0;
+    for (std::size_t i = 0; i < len; ++i) {
+        if (prefix[i] == 'L')
+            return 2;
+        ls += prefix[i] == 'l';
+    }
+    return ls >= 2 ? 2 : ls;
+}
+
+bool IsDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+// True when the prefix reads as printf's own grammar: flags, width, precision, one length
+// modifier, in that order. Anything else is not handed to the formatter.
+bool PrintfAccepts(const char* p, std::size_t len) {
+    const char* end = p + len;
+    while (p < end && std::strchr("-+ 0#", *p))
+        ++p;
+    if (p < end && *p == '*')
+        ++p;
+    else
+        while (p < end && IsDigit(*p))
+            ++p;
+    if (p < end && *p == '.') {
+        ++p;
+        if (p < end && *p == '*')
+            ++p;
+        else
+            while (p < end && IsDigit(*p))
+                ++p;
+    }
+    if (p < end && (*p == 'h' || *p == 'l')) {
+        const char m = *p++;
+        if (p < end && *p == m)
+            ++p;
+    } else if (p < end && *p == 'L') {
+        ++p;
+    }
+    return p == end;
+}
+
+// Appends the narrow form of n wide characters, one byte each.
+void PutWide(Sink& sink, const wchar_t* w, std::size_t n) {
+    TextBuf narrow;
+    if (!narrow.Reserve(n + 1))
+        throw std::bad_alloc();
+    char* d = narrow.data();
+    for (std::size_t i = 0; i < n; ++i)
+        d[i] = Char::ToANSI(w[i]);
+    sink.Put(d, n);
+}
+
+// The string conversions: no padding; only the precision counts.
+void PutString(Sink& sink, TextBuf& spec, char letter, StrArgList& ap, signed char wide) {
+    const char* prefix = spec.data() + 1;
+    const std::size_t plen = spec.size() - 1;
+    int stars[2];
+    TakeStars(sink, prefix, plen, ap, stars);
+    const bool narrow = (letter == 's') == (wide == 0);
+    const char* s = nullptr;
+    const wchar_t* w = nullptr;
+    if (narrow)
+        s = va_arg(ap.ap, const char*);
+    else
+        w = va_arg(ap.ap, const wchar_t*);
+    if (narrow ? !s : !w) {
+        s = nulltext;
+        w = nullptr;
+    }
+
+    long prec = -1;
+    const char* dot = static_cast<const char*>(std::memchr(prefix, '.', plen));
+    if (dot && dot[1] != 0) {
+        if (dot[1] == '*') {
+            int before = 0;
+            for (const char* q = prefix; q <= dot; ++q)
+                before += *q == '*';
+            prec = stars[before];
+        } else {
+            prec = StrImplementation::STR_strtol(dot + 1, nullptr, 10);
+        }
+    }
+    if (s) {
+        const std::size_t n =
+            prec >= 0 ? strnlen(s, static_cast<std::size_t>(prec)) : std::strlen(s);
+        sink.Put(s, n);
+    } else {
+        const std::size_t n =
+            prec >= 0 ? wcsnlen(w, static_cast<std::size_t>(prec)) : std::wcslen(w);
+        PutWide(sink, w, n);
+    }
+}
+
+// The conversions handed to the C library: integers, characters, floating values, pointers.
+void PutNumber(Sink& sink, TextBuf& spec, char letter, StrArgList& ap) {
+    const std::size_t plen = spec.size() - 1;
+    int stars[2];
+    const int nstars = TakeStars(sink, spec.data() + 1, plen, ap, stars);
+    const bool accepted = PrintfAccepts(spec.data() + 1, plen);
+    const int length = LengthClass(spec.data() + 1, plen);
+    spec.Push(letter);
+    const char* f = spec.data();
+
+    TextBuf out;
+    int n = -1;
+    if (letter == 'c' || letter == 'C') {
+        const int v = va_arg(ap.ap, int);
+        if (accepted) {
+            n = Emit(out, f, stars, nstars, v);
+            // A wide character the locale cannot write prints as '?', padded as asked.
+            if (n < 0)
+                n = Emit(out, f, stars, nstars, static_cast<int>('?'));
+        }
+    } else if (std::strchr(intletters, letter)) {
+        if (length == 0) {
+            const int v = va_arg(ap.ap, int);
+            if (accepted)
+                n = Emit(out, f, stars, nstars, v);
+        } else if (length == 1) {
+            const long v = va_arg(ap.ap, long);
+            if (accepted)
+                n = Emit(out, f, stars, nstars, v);
+        } else {
+            const long long v = va_arg(ap.ap, long long);
+            if (accepted)
+                n = Emit(out, f, stars, nstars, v);
+        }
+    } else if (letter == 'p') {
+        void* v = va_arg(ap.ap, void*);
+        if (accepted)
+            n = Emit(out, f, stars, nstars, v);
+    } else if (length == 2) {
+        const long double v = va_arg(ap.ap, long double);
+        if (accepted)
+            n = Emit(out, f, stars, nstars, v);
+    } else {
+        const double v = va_arg(ap.ap, double);
+        if (accepted)
+            n = Emit(out, f, stars, nstars, v);
+    }
+    // A specification printf would not parse is printed as it stands, its arguments consumed.
+    if (!accepted)
+        sink.Put(f, spec.size());
+    else if (n > 0)
+        sink.Put(out.data(), static_cast<std::size_t>(n));
+}
+
+int OneValue(Sink& sink, const char*& fmt, StrArgList& ap, signed char wide) {
+    TextBuf spec;
+    spec.Push('%');
+    while (*fmt != 0 && std::strchr(fprefix, *fmt))
+        spec.Push(*fmt++);
+    if (*fmt == 0)
+        return 0;
+    const char letter = *fmt++;
+
+    if (letter == '!') {
+        const Str* s = va_arg(ap.ap, const Str*);
+        if (s)
+            sink.Put(*s, static_cast<std::size_t>(s->GetLength()));
+        else
+            sink.Put(nulltext, sizeof(nulltext) - 1);
+    } else if (letter == 's' || letter == 'S') {
+        PutString(sink, spec, letter, ap, wide);
+    } else if (std::strchr(intletters, letter) || std::strchr(Str_dblletters, letter) ||
+               letter == 'p') {
+        PutNumber(sink, spec, letter, ap);
+    } else if (letter == 'n') {
+        sink.str().Error(Str::ecFormatN);
+    } else {
+        sink.Put(&letter, 1);
+    }
+    return 1;
+}
+
+// True when p points into the text area of s's block.
+bool PointsInto(const Str& s, const char* p) {
+    const char* text = s;
+    auto b = reinterpret_cast<std::uintptr_t>(text);
+    auto q = reinterpret_cast<std::uintptr_t>(p);
+    return q >= b && q <= b + static_cast<std::uintptr_t>(SBlock::of(text)->capacity);
+}
+
+} // namespace
+
+namespace StrImplementation {
+
+// Both format into the caller's buffer and never write past size bytes; the result is the full
+// length, so a result of size or more tells the caller the text was cut.
+int STR_sprintf_i(char* buf, unsigned long size, const char* fmt, int v) {
+    return DoSprintf(buf, size, fmt, v);
+}
+
+int STR_sprintf_p(char* buf, unsigned long size, const char* fmt, void* p) {
+    return DoSprintf(buf, size, fmt, p);
+}
+
+} // namespace StrImplementation
+
+void Str::FmtPriorBuffer(const char* fmt, verifymt& vm) {
+    Str& s = *vm.str;
+    if (!s.IsEmptyBlock()) {
+        s.Empty();
+        return;
+    }
+    long long estimate = 0;
+    for (const char* p = fmt; *p != 0 && estimate < kMaxEstimate; ++p)
+        estimate += *p != '%' ? 1 : (p[1] == 's' || p[1] == 'S') ? 128 : 32;
+    if (estimate > kMaxEstimate)
+        estimate = kMaxEstimate;
+    s.Preallocate(static_cast<int>(estimate));
+}
+
+void Str::FormatCore(const char* fmt, verifymt& vm, StrArgList& ap, signed char wide) {
+    if (!fmt)
+        return;
+    Str& s = *vm.str;
+    // A format taken from the string's own text would change under the appends.
+    Str own;
+    if (PointsInto(s, fmt)) {
+        own = fmt;
+        fmt = own;
+    }
+    Sink sink(s, vm);
+    while (*fmt != 0) {
+        const char* pct = std::strchr(fmt, '%');
+        if (!pct) {
+            sink.Put(fmt, std::strlen(fmt));
+            return;
+        }
+        sink.Put(fmt, static_cast<std::size_t>(pct - fmt));
+        fmt = pct + 1;
+        if (!OneValue(sink, fmt, ap, wide))
+            return;
+    }
+}
+
+int Str::FmtOneValue(const char*& fmt, verifymt& vm, StrArgList& ap, signed char wide) {
+    Sink sink(*vm.str, vm);
+    return OneValue(sink, fmt, ap, wide);
+}
+
+void Str::FormatVaArg(const char* fmt, StrArgList& ap, signed char wide) {
+    if (!fmt)
+        fmt = "";
+    Str own;
+    if (PointsInto(*this, fmt)) {
+        own = fmt;
+        fmt = own;
+    }
+    verifymt vm{this};
+    FmtPriorBuffer(fmt, vm);
+    FormatCore(fmt, vm, ap, wide);
+}
+
+Str& Str::Format(const char* fmt, ...) {
+    StrArgList args;
+    va_start(args.ap, fmt);
+    try {
+        FormatVaArg(fmt, args, 0);
+    } catch (...) {
+        va_end(args.ap);
+        throw;
+    }
+    va_end(args.ap);
+    return *this;
+}
+
+Str& Str::Format(const wchar_t* fmt, ...) {
+    Str narrow;
+    if (fmt)
+        narrow.Copy_FromUni(fmt);
+    StrArgList args;
+    va_start(args.ap, fmt);
+    try {
+        FormatVaArg(narrow, args, 1);
+    } catch (...) {
+        va_end(args.ap);
+        throw;
+    }
+    va_end(args.ap);
+    return *this;
+}
+
+Str& Str::FormatVA(const char* fmt, va_list ap) {
+    StrArgList args;
+    va_copy(args.ap, ap);
+    try {
+        FormatVaArg(fmt, args, 0);
+    } catch (...) {
+        va_end(args.ap);
+        throw;
+    }
+    va_end(args.ap);
+    return *this;
+}
+
+Str& Str::FormatVA(const wchar_t* fmt, va_list ap) {
+    Str narrow;
+    if (fmt)
+        narrow.Copy_FromUni(fmt);
+    StrArgList args;
+    va_copy(args.ap, ap);
+    try {
+        FormatVaArg(narrow, args, 1);
+    } catch (...) {
+        va_end(args.ap);
+        throw;
+    }
+    va_end(args.ap);
+    return *this;
+}
+
+Str& Str::AppendFormat(const char* fmt, ...) {
+    StrArgList args;
+    va_start(args.ap, fmt);
+    verifymt vm{this};
+    try {
+        FormatCore(fmt, vm, args, 0);
+    } catch (...) {
+        va_end(args.ap);
+        throw;
+    }
+    va_end(args.ap);
+    return *this;
+}
+
+Str& Str::AppendInt(int v) {
+    TextBuf out;
+    const int n = FormatInto(out, "%d", v);
+    verifymt vm{this};
+    CoreAppendChars(out.data(), n, vm);
+    return *this;
+}
+
+Str& Str::AppendFloat(float v, unsigned int digits) {
+    char f[16];
+    DoSprintf(f, sizeof(f), "%%.%uf", digits <= 32 ? digits : 32u);
+    TextBuf out;
+    const int n = FormatInto(out, f, static_cast<double>(v));
+    verifymt vm{this};
+    CoreAppendChars(out.data(), n, vm);
+    return *this;
+}
+
+Str& Str::AppendDouble(double v, unsigned int digits) {
+    char f[16];
+    DoSprintf(f, sizeof(f), "%%.%uf", digits <= 48 ? digits : 48u);
+    TextBuf out;
+    const int n = FormatInto(out, f, v);
+    verifymt vm{this};
+    CoreAppendChars(out.data(), n, vm);
+    return *this;
+}
