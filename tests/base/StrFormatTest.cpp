@@ -95,6 +95,8 @@ TEST(StrFormat, EngineConversionsTable) {
         {Fmt("%c%c", 'o', 'k'), "ok", "characters"},
         {Fmt("%lc|", 0x263A), "?|", "unconvertible wide character"},
         {Fmt("%5-d|%d", 1, 2), "%5-d|2", "printf's grammar refused: printed as written"},
+        {Fmt("%LLd|%d", 1LL, 2), "%LLd|2", "two length modifiers: printed as written"},
+        {Fmt("%99999999999d|", 5), "|", "a width printf cannot reach gives nothing"},
         {Fmt("%p", static_cast<void*>(nullptr)), Printf("%p", static_cast<void*>(nullptr)),
          "pointer"},
         {Fmt("%300d", 1), std::string(299, ' ') + "1", "long integer result"},
