@@ -160,20 +160,6 @@ const char* STR_get_debugname() {
 using StrImplementation::SBlock;
 using StrImplementation::syncstr;
 
-void Str::Release() noexcept {
-    SBlock* b = Block();
-    if (--b->refCount == 0)
-        StrImplementation::STR_rls_block_realrelease(b);
-}
-
-void Str::ReleaseHeld(syncstr& held) noexcept {
-    if (SBlock* b = held.block) {
-        held.block = nullptr;
-        if (--b->refCount == 0)
-            StrImplementation::STR_rls_block_realrelease(b);
-    }
-}
-
 void Str::NewFromString(const char* s, int prealloc, signed char mt) {
     const std::size_t len = s ? std::strlen(s) : 0;
     if (len > INT_MAX)
@@ -253,6 +239,21 @@ void Str::li_spawn(int capacity, signed char keep, syncstr* held) {
     } else if (--old->refCount == 0) {
         StrImplementation::STR_rls_block_realrelease(old);
     }
+}
+
+void Str::GrowUnshared(int capacity, syncstr& held) {
+    SBlock* old = Block();
+    // Blocks the pool would keep are cheap to copy and must keep their pooled sizes.
+    if (Pooled(old->capacity) || Pooled(capacity)) {
+        li_spawn(capacity, 1, &held);
+        return;
+    }
+    void* grown = std::realloc(old, static_cast<std::size_t>(capacity) + kHeaderBytes + 1);
+    if (!grown)
+        throw std::bad_alloc();
+    SBlock* b = static_cast<SBlock*>(grown);
+    b->capacity = capacity;
+    dptr = b->text();
 }
 
 Str& Str::Reset() {

@@ -359,19 +359,35 @@ private:
     StrImplementation::SBlock* Block() const { return StrImplementation::SBlock::of(dptr); }
     bool IsEmptyBlock() const { return dptr == StrImplementation::oInitializer.text; }
     // Drops this holder's count on a non-empty block, giving the block back when it was the last.
-    void Release() noexcept;
+    void Release() noexcept {
+        StrImplementation::SBlock* b = Block();
+        if (--b->refCount == 0)
+            StrImplementation::STR_rls_block_realrelease(b);
+    }
 
     // The write preparation every change goes through. The block is written in place only when
     // this string is its sole holder (the empty block's fixed count of 2 excludes it) and, for a
     // growing change, capacity fits; otherwise li_spawn replaces it (a non-growing change keeps
     // the current capacity) and the old block waits in held until ReleaseHeld, so the change may
-    // still read the former text.
-    void PrepareWrite(int capacity, bool keep, bool grows, StrImplementation::syncstr& held) {
+    // still read the former text. An append passes resizable: it keeps the text, grows, and
+    // reads its source by offset, so a sole holder's block may instead be resized where it lies
+    // (GrowUnshared), which spares large strings built piece by piece a copy per 64 characters.
+    void PrepareWrite(int capacity, bool keep, bool grows, StrImplementation::syncstr& held,
+                      bool resizable = false) {
         const StrImplementation::SBlock* b = Block();
-        if (b->refCount != 1 || (grows && capacity > b->capacity))
+        if (b->refCount == 1 && (!grows || capacity <= b->capacity))
+            return;
+        if (resizable && b->refCount == 1)
+            GrowUnshared(capacity, held);
+        else
             li_spawn(grows ? capacity : b->capacity, keep, &held);
     }
-    static void ReleaseHeld(StrImplementation::syncstr& held) noexcept;
+    void GrowUnshared(int capacity, StrImplementation::syncstr& held);
+    static void ReleaseHeld(StrImplementation::syncstr& held) noexcept {
+        if (held.block && --held.block->refCount == 0)
+            StrImplementation::STR_rls_block_realrelease(held.block);
+        held.block = nullptr;
+    }
     // The capacity requested for a text of length characters: length | 63. A length beyond the
     // 32-bit limit of the header cannot be held and is reported as an allocation failure.
     static int CapacityFor(long long length) {

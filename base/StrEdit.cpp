@@ -35,6 +35,15 @@ bool InSet(const char* set, char c) {
     return c != 0 && std::strchr(set, c) != nullptr;
 }
 
+// strlen(s), with a null s read as the empty text; a text beyond the 32-bit length limit cannot be
+// held and is reported as an allocation failure.
+int MeasuredLength(const char* s) {
+    const std::size_t n = s ? std::strlen(s) : 0;
+    if (n > INT_MAX)
+        throw std::bad_alloc();
+    return static_cast<int>(n);
+}
+
 int TotalLength(long long a, long long b) {
     if (a + b > INT_MAX)
         throw std::bad_alloc();
@@ -64,10 +73,14 @@ void Str::CoreAppendChars(const char* s, int n, verifymt& vm) {
     Str& str = *vm.str;
     const int len = str.Block()->length;
     const int newLen = TotalLength(len, n);
+    // A source inside the string's own text is read by offset: the preparation keeps the text,
+    // whether it writes in place, copies into a new block or resizes the block.
+    const bool own = PointsInto(s, str.dptr, str.dptr + len);
+    const std::ptrdiff_t offset = own ? s - str.dptr : 0;
     syncstr held;
-    str.PrepareWrite(newLen | 63, true, true, held);
-    // s may be this string's own text: after a spawn it still reads the held block, and in place
-    // it lies before text[len], where the copy starts.
+    str.PrepareWrite(newLen | 63, true, true, held, true);
+    if (own)
+        s = str.dptr + offset;
     std::memcpy(str.dptr + len, s, static_cast<std::size_t>(n));
     str.dptr[newLen] = 0;
     str.Block()->length = newLen;
@@ -76,7 +89,7 @@ void Str::CoreAppendChars(const char* s, int n, verifymt& vm) {
 
 void Str::AppendChars(const char* s, int n) {
     if (n == -1)
-        n = s ? static_cast<int>(std::strlen(s)) : 0;
+        n = MeasuredLength(s);
     verifymt vm{this};
     CoreAppendChars(s, n, vm);
 }
@@ -102,7 +115,7 @@ Str& Str::AppendChar(char ch) {
     const int len = Block()->length;
     const int newLen = TotalLength(len, 1);
     syncstr held;
-    PrepareWrite(newLen | 63, true, true, held);
+    PrepareWrite(newLen | 63, true, true, held, true);
     dptr[len] = ch;
     dptr[newLen] = 0;
     Block()->length = newLen;
@@ -131,7 +144,7 @@ Str operator+(Str const& a, Str const& b) {
 }
 
 Str operator+(Str const& a, char const* s) {
-    const int n = s ? TotalLength(static_cast<long long>(std::strlen(s)), 0) : 0;
+    const int n = MeasuredLength(s);
     Str r;
     r.Preallocate(TotalLength(n, a.GetLength()));
     r += a;
@@ -148,7 +161,7 @@ Str operator+(Str const& a, char ch) {
 }
 
 Str operator+(char const* s, Str const& b) {
-    const int n = s ? TotalLength(static_cast<long long>(std::strlen(s)), 0) : 0;
+    const int n = MeasuredLength(s);
     Str r;
     r.Preallocate(TotalLength(n, b.GetLength()));
     r.Copy_Native(s);
@@ -165,10 +178,10 @@ Str operator+(char ch, Str const& b) {
 }
 
 Str& Str::Insert(const char* s, int pos, int count) {
-    const std::size_t avail = s ? std::strlen(s) : 0;
-    std::size_t n = avail;
-    if (count != -1)
-        n = count < 0 ? 0 : (static_cast<std::size_t>(count) < avail ? count : avail);
+    std::size_t n = 0;
+    if (s)
+        n = count == -1 ? std::strlen(s)
+                        : strnlen(s, count < 0 ? 0 : static_cast<std::size_t>(count));
     if (n == 0)
         return *this;
     const int len = Block()->length;

@@ -80,8 +80,9 @@ void Str::UrlEncode(Str& out, signed char spaceAsPlus) const {
         const unsigned char c = static_cast<unsigned char>(dptr[i]);
         encodedLen += (Unreserved(c) || (c == ' ' && spaceAsPlus)) ? 1 : 3;
     }
+    const int capacity = CapacityFor(encodedLen);
     out.Empty();
-    out.Preallocate(CapacityFor(encodedLen));
+    out.Preallocate(capacity);
     char* w = out.dptr;
     for (std::size_t i = 0; i < len; ++i) {
         const unsigned char c = static_cast<unsigned char>(dptr[i]);
