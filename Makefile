@@ -38,6 +38,21 @@ bench: deps
 	$(CMAKE) -S . -B $(BUILD_BENCH) -DCMAKE_BUILD_TYPE=Release -DBKGCOLORS_TESTS=OFF -DBKGCOLORS_BENCH=ON
 	$(CMAKE) --build $(BUILD_BENCH) -j$(JOBS)
 
+# Fuzzing: every target runs for FUZZ_SECONDS on a scratch copy of its seed corpus, so the corpus in
+# the tree only changes when someone copies a finding into it.
+FUZZ_TARGETS := taggedlist_read metadataclass_get prefs_get
+
+fuzz: deps
+	CXX=clang++ $(CMAKE) -S . -B $(BUILD_FUZZ) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DBUILD_SHARED_LIBS=OFF \
+		-DBKGCOLORS_TESTS=OFF -DBKGCOLORS_SANITIZE=ON -DBKGCOLORS_FUZZ=ON
+	$(CMAKE) --build $(BUILD_FUZZ) -j$(JOBS) --target $(addprefix fuzz_,$(FUZZ_TARGETS))
+	@for t in $(FUZZ_TARGETS); do \
+		rm -rf $(BUILD_FUZZ)/corpus-$$t && cp -r fuzz/corpus/$$t $(BUILD_FUZZ)/corpus-$$t && \
+		echo "fuzz_$$t: $(FUZZ_SECONDS) s" && \
+		(cd $(BUILD_FUZZ) && ./fuzz_$$t -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 corpus-$$t) \
+			|| exit 1; \
+	done
+
 install: build
 	$(CMAKE) --install $(BUILD) --prefix $(or $(PREFIX),/usr/local)
 

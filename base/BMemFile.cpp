@@ -1,0 +1,225 @@
+#include "base/BMemFile.h"
+
+#include "base/BAssert.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <new>
+
+BMemFile::BMemFile()
+    : m_capacity(0), m_length(0), m_growBy(kDefaultGrowBy), m_position(0), m_buffer(nullptr) {}
+
+BMemFile::BMemFile(const unsigned char* bytes, unsigned int n) : BMemFile() {
+    if (bytes == nullptr || n == 0)
+        return;
+    m_buffer = new unsigned char[n];
+    std::memcpy(m_buffer, bytes, n);
+    m_capacity = n;
+    m_length = n;
+}
+
+BMemFile::~BMemFile() {
+    delete[] m_buffer;
+}
+
+BMemFile& BMemFile::operator=(const BMemFile& other) {
+    if (this == &other)
+        return *this;
+    unsigned int n = other.m_length;
+    SetLength(n);
+    if (m_capacity != n)
+        throw std::bad_alloc();
+    if (n != 0)
+        std::memcpy(m_buffer, other.m_buffer, n);
+    m_length = n;
+    m_position = std::min(other.m_position, n);
+    return *this;
+}
+
+unsigned int BMemFile::SetLength(unsigned int n) {
+    if (n == m_capacity) {
+        if (m_buffer != nullptr)
+            std::memset(m_buffer, 0, m_capacity);
+        return 0;
+    }
+    if (n == 0) {
+        delete[] m_buffer;
+        m_buffer = nullptr;
+        m_capacity = 0;
+        m_length = 0;
+        m_position = 0;
+        return 0;
+    }
+    unsigned char* fresh = new (std::nothrow) unsigned char[n]();
+    if (fresh == nullptr)
+        return 0;
+    if (m_buffer != nullptr)
+        std::memcpy(fresh, m_buffer, std::min(m_capacity, n));
+    delete[] m_buffer;
+    m_buffer = fresh;
+    m_capacity = n;
+    m_length = n;
+    m_position = std::min(m_position, m_length);
+    return n;
+}
+
+unsigned int BMemFile::SetPosition(unsigned int pos) {
+    m_position = std::min(pos, m_length);
+    return m_position;
+}
+
+int BMemFile::Seek(int offset, int origin) {
+    // 64-bit arithmetic: the sums below cannot overflow before they are clamped.
+    std::int64_t target;
+    if (origin == 2)
+        target = std::int64_t{m_length} - offset;
+    else if (origin == 1)
+        target = std::int64_t{m_position} + offset;
+    else
+        target = offset;
+    target = std::clamp<std::int64_t>(target, 0, m_length);
+    m_position = static_cast<unsigned int>(target);
+    return static_cast<int>(m_position);
+}
+
+void BMemFile::Reuse() {
+    m_length = 0;
+    m_position = 0;
+    if (m_buffer != nullptr)
+        std::memset(m_buffer, 0, m_capacity);
+}
+
+void BMemFile::SetGrowBy(unsigned int growBy) {
+    m_growBy = growBy;
+}
+
+unsigned int BMemFile::Read(void* lpBuf, unsigned int n) {
+    B_ASSERT(lpBuf);
+    unsigned int count = std::min(n, m_length - m_position);
+    if (count != 0)
+        std::memcpy(lpBuf, m_buffer + m_position, count);
+    m_position += count;
+    return count;
+}
+
+int BMemFile::Write(const void* lpBuf, unsigned int n) {
+    B_ASSERT(lpBuf);
+    unsigned int room = m_capacity - m_position;
+    if (room < n) {
+        unsigned int shortfall = n - room;
+        std::uint64_t wanted = std::uint64_t{m_capacity} + std::max(shortfall, m_growBy);
+        if (wanted <= std::numeric_limits<unsigned int>::max())
+            SetLength(static_cast<unsigned int>(wanted));
+        if (m_capacity - m_position < n)
+            B_ASSERT(0);
+        m_length = m_position + n;
+    } else if (m_position + n > m_length) {
+        m_length = m_position + n;
+    }
+    if (n != 0)
+        std::memcpy(m_buffer + m_position, lpBuf, n);
+    m_position += n;
+    return static_cast<int>(n);
+}
+
+int BMemFile::ReadLittleEndian(unsigned int width, unsigned int& bits) {
+    unsigned char bytes[4] = {0, 0, 0, 0};
+    int count = static_cast<int>(Read(bytes, width));
+    bits = 0;
+    for (unsigned int i = width; i-- > 0;)
+        bits = (bits << 8) | bytes[i];
+    return count;
+}
+
+int BMemFile::WriteLittleEndian(unsigned int width, unsigned int bits) {
+    unsigned char bytes[4];
+    for (unsigned int i = 0; i < width; ++i)
+        bytes[i] = static_cast<unsigned char>(bits >> (8 * i));
+    return Write(bytes, width);
+}
+
+int BMemFile::Read(unsigned int& value) {
+    unsigned int bits;
+    int count = ReadLittleEndian(4, bits);
+    if (count > 0)
+        value = bits;
+    return count;
+}
+
+int BMemFile::Read(int& value) {
+    unsigned int bits;
+    int count = ReadLittleEndian(4, bits);
+    if (count > 0)
+        value = static_cast<int>(bits);
+    return count;
+}
+
+int BMemFile::Read(float& value) {
+    unsigned int bits;
+    int count = ReadLittleEndian(4, bits);
+    if (count > 0) {
+        static_assert(sizeof(float) == 4, "float must be IEEE-754 single precision");
+        std::memcpy(&value, &bits, 4);
+    }
+    return count;
+}
+
+int BMemFile::Read(short& value) {
+    unsigned int bits;
+    int count = ReadLittleEndian(2, bits);
+    if (count > 0)
+        value = static_cast<short>(bits);
+    return count;
+}
+
+int BMemFile::Read(unsigned short& value) {
+    unsigned int bits;
+    int count = ReadLittleEndian(2, bits);
+    if (count > 0)
+        value = static_cast<unsigned short>(bits);
+    return count;
+}
+
+int BMemFile::Write(unsigned int value) {
+    return WriteLittleEndian(4, value);
+}
+
+int BMemFile::Write(int value) {
+    return WriteLittleEndian(4, static_cast<unsigned int>(value));
+}
+
+int BMemFile::Write(float value) {
+    unsigned int bits;
+    std::memcpy(&bits, &value, 4);
+    return WriteLittleEndian(4, bits);
+}
+
+int BMemFile::Write(short value) {
+    return WriteLittleEndian(2, static_cast<unsigned short>(value));
+}
+
+int BMemFile::Write(unsigned short value) {
+    return WriteLittleEndian(2, value);
+}
+
+unsigned char* BMemFile::Detach() {
+    unsigned char* buffer = m_buffer;
+    m_buffer = nullptr;
+    m_capacity = 0;
+    m_length = 0;
+    m_position = 0;
+    m_growBy = kDefaultGrowBy;
+    return buffer;
+}
+
+void BMemFile::Attach(unsigned char* buffer, int n) {
+    B_ASSERT(buffer);
+    if (buffer != m_buffer)
+        delete[] m_buffer;
+    m_buffer = buffer;
+    m_capacity = n < 0 ? 0 : static_cast<unsigned int>(n);
+    m_length = m_capacity;
+    m_position = 0;
+}

@@ -1,0 +1,82 @@
+// BMemFile.h — the serialisation stream: a growable in-memory byte buffer with one read/write
+// position. Scalars are written and read as little-endian images of their width (2 or 4 bytes)
+// whatever the host's byte order; byte runs travel as they are, with no length in front.
+// Memory: the file owns m_buffer, allocated with `new unsigned char[]`. Attach takes over a
+// caller's buffer of that kind and Detach hands the buffer out; neither copies.
+// Invariant: m_position <= m_length <= m_capacity, and m_buffer holds m_capacity bytes. Bytes
+// gained by growth are zero.
+// Copying: assignment copies the content (one allocation of the other file's length); there is no
+// copy construction.
+#pragma once
+
+class BMemFile {
+public:
+    static constexpr unsigned int kDefaultGrowBy = 4096;
+
+    // An empty file: no buffer, grow-by 4096.
+    BMemFile();
+    // A file holding a copy of the n bytes (capacity and length n, position 0). With n = 0 or a
+    // null pointer the file is empty and holds no buffer.
+    BMemFile(const unsigned char* bytes, unsigned int n);
+    // Releases the buffer.
+    ~BMemFile();
+    BMemFile(const BMemFile&) = delete;
+    // Copies the other file's content and position (the position cut to its length); capacity
+    // becomes the other's length. Grow-by is not copied. Assigning a file to itself changes
+    // nothing.
+    BMemFile& operator=(const BMemFile& other);
+
+    // Resizes the buffer to n bytes: n equal to the capacity zero-fills the buffer and returns 0;
+    // n = 0 releases it and returns 0; otherwise a new zeroed buffer keeps the old bytes that fit,
+    // capacity and length become n and n is returned (0 and no change when allocation fails).
+    // A position beyond the new length is cut to the length.
+    unsigned int SetLength(unsigned int n);
+    // Moves the position to min(pos, length) and returns it.
+    unsigned int SetPosition(unsigned int pos);
+    // Moves the position by offset from an origin: 2 counts back from the end, 1 from the current
+    // position, anything else from the start. The target is clamped to 0..length and returned.
+    int Seek(int offset, int origin);
+    // Length and position become 0 and the whole buffer is zero-filled; the buffer is kept.
+    void Reuse();
+    // Least growth of a write that runs past the capacity; 0 grows by exactly what is needed.
+    void SetGrowBy(unsigned int growBy);
+
+    // Copies up to n bytes from the position into lpBuf (must not be null) and advances the
+    // position by the count copied, which is returned; 0 at the end of the data.
+    unsigned int Read(void* lpBuf, unsigned int n);
+    // Typed reads of 4 and 2 bytes. The destination is assigned only when at least one byte was
+    // read; bytes beyond the end of the data count as zero. Return the number of bytes read.
+    int Read(unsigned int& value);
+    int Read(int& value);
+    int Read(float& value);
+    int Read(short& value);
+    int Read(unsigned short& value);
+
+    // Writes n bytes from lpBuf (must not be null, even for n = 0) at the position, growing the
+    // buffer by at least the grow-by when it runs out, and advances the position. Returns n.
+    int Write(const void* lpBuf, unsigned int n);
+    // Typed writes of the 4- or 2-byte little-endian image. Return the width.
+    int Write(unsigned int value);
+    int Write(int value);
+    int Write(float value);
+    int Write(short value);
+    int Write(unsigned short value);
+
+    // Hands the buffer (null if none) to the caller, who releases it with delete[]; the file
+    // becomes empty and grow-by returns to 4096.
+    unsigned char* Detach();
+    // Takes buffer (must not be null, allocated with new unsigned char[]) as the content: capacity
+    // and length n (a negative n counts as 0), position 0, grow-by unchanged. A buffer already held
+    // is released first.
+    void Attach(unsigned char* buffer, int n);
+
+    unsigned int m_capacity;
+    unsigned int m_length;
+    unsigned int m_growBy;
+    unsigned int m_position;
+    unsigned char* m_buffer;
+
+private:
+    int ReadLittleEndian(unsigned int width, unsigned int& bits);
+    int WriteLittleEndian(unsigned int width, unsigned int bits);
+};

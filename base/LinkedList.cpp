@@ -1,0 +1,9 @@
+#include "base/LinkedList.h"
+
+namespace LinkedListDetail {
+
+bool IsObject(const void* self) {
+    return self != nullptr;
+}
+
+} // namespace LinkedListDetail

@@ -1,0 +1,105 @@
+// UserDefaults.h — stands for NSUserDefaults: the user's persistent map from text keys to values,
+// kept in a binary property-list file and shared between processes.
+//
+// Keys are case-sensitive UTF-8 texts. A value is UTF-8 text, a 32-bit signed integer or raw
+// bytes. Entries of other kinds found in the file are invisible to reads but kept and written back
+// unchanged. Changes are held in memory as pending until synchronize() merges them into the file:
+// keys this store changed since its last synchronize win, every other key takes the file's value.
+//
+// Ownership: the store owns its copy of the file's contents and its pending changes; returned
+// values are copies. Invariant: the file on disk is only ever replaced whole (written aside,
+// renamed over), and a file that cannot be parsed is set aside, never overwritten.
+// Copying: not copyable. A store synchronises its pending changes when destroyed; the standard
+// store is destroyed at normal process exit.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <sys/types.h>
+#include <variant>
+#include <vector>
+
+namespace platform {
+
+class UserDefaults {
+public:
+    using Bytes = std::vector<unsigned char>;
+    // A stored value: text, integer or raw bytes (NSString, NSNumber, NSData).
+    using Object = std::variant<std::string, std::int32_t, Bytes>;
+
+    // The process-wide store on standardPath(), made and loaded on first use.
+    static UserDefaults& standardUserDefaults();
+    // The file of the standard store: the one given to setStandardPath, else $BKGCOLORS_DEFAULTS
+    // when set and not empty, else org.bkgcolors.host.plist in $XDG_CONFIG_HOME (when absolute) or
+    // in $HOME/.config.
+    static std::string standardPath();
+    // Makes the standard store use `path` instead; false, changing nothing, once the standard
+    // store has been made.
+    static bool setStandardPath(std::string path);
+
+    // A store on the file `path`, loaded now; the file need not exist.
+    explicit UserDefaults(std::string path);
+    // Synchronises pending changes; a failure is reported on stderr like any other.
+    ~UserDefaults();
+    UserDefaults(const UserDefaults&) = delete;
+    UserDefaults& operator=(const UserDefaults&) = delete;
+
+    // The file this store reads and writes.
+    const std::string& path() const { return path_; }
+
+    // setObject:forKey: — stores `value` under `key`, or removes the key when `value` is empty.
+    // Returns false, changing nothing, when the key or a text value is not valid UTF-8 or holds
+    // a NUL byte (the platform cannot make such a string). Does not write the file.
+    bool setObject(const std::optional<Object>& value, const std::string& key);
+    // removeObjectForKey: — the same as setObject with no value.
+    void removeObjectForKey(const std::string& key);
+
+    // objectForKey: — the value under `key`, with its kind; nullopt when absent.
+    std::optional<Object> objectForKey(const std::string& key) const;
+    // integerForKey: — an integer as is; a text read as the platform reads integers (leading
+    // white space, sign, digits, clamped to 32 bits; no digits gives 0); 0 for bytes or absent.
+    std::int32_t integerForKey(const std::string& key) const;
+    // stringForKey: — a text as is, an integer as its decimal text; nullopt for bytes or absent.
+    std::optional<std::string> stringForKey(const std::string& key) const;
+    // dataForKey: — raw bytes only; nullopt for any other kind or absent.
+    std::optional<Bytes> dataForKey(const std::string& key) const;
+    // Every readable key, in byte order; does not list entries of other kinds.
+    std::vector<std::string> allKeys() const;
+
+    // Takes the file's lock, reloads the file if it changed, merges the pending changes into it
+    // and replaces it atomically. Returns false, keeping the changes pending and reporting one
+    // line on stderr, when the file cannot be written; the next call tries again.
+    bool synchronize();
+
+private:
+    struct PlistDeleter {
+        void operator()(void* node) const;
+    };
+    using Plist = std::unique_ptr<void, PlistDeleter>;
+    struct Stamp {
+        bool exists = false;
+        dev_t device = 0;
+        ino_t inode = 0;
+        off_t size = 0;
+        std::int64_t mtimeSec = 0;
+        long mtimeNsec = 0;
+        bool operator==(const Stamp& other) const;
+    };
+    class Lock;
+
+    void reload(const Lock* held);
+    bool write(void* dict);
+    void report(const std::string& message);
+
+    std::string path_;
+    Plist file_;                                           // the file's dictionary as last read
+    Stamp stamp_;                                          // identity of the file as last read
+    bool readable_ = true;                                 // false while the file cannot be read
+    std::map<std::string, std::optional<Object>> pending_; // empty value: removed
+    std::string lastReport_; // a failure is not repeated until it changes or clears
+};
+
+} // namespace platform
