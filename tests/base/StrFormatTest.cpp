@@ -1,7 +1,7 @@
 // The formatting engine: the engine's own conversions, errors and what they leave, the size
 // estimate read through the block header, arguments taken from the string itself, and a seeded
 // differential run of numeric conversions against snprintf.
-#include "base/Str.h"
+#include "base/StrTestProbe.h"
 
 #include <gtest/gtest.h>
 
@@ -19,14 +19,10 @@
 
 namespace {
 
-const std::int32_t* Header(const Str& s) {
-    return reinterpret_cast<const std::int32_t*>(static_cast<const char*>(s)) - 4;
-}
+using strtest::Text;
+
 int Capacity(const Str& s) {
-    return Header(s)[2];
-}
-std::string Text(const Str& s) {
-    return std::string(static_cast<const char*>(s), static_cast<std::size_t>(s.GetLength()));
+    return strtest::Header(s).capacity;
 }
 
 int CodeOf(const std::function<void()>& f) {
