@@ -244,7 +244,7 @@ long STR_strtol(const char* s, char** end, int base) {
             break;
         if (d >= static_cast<unsigned int>(base))
             break;
-        value = value * static_cast<std::uint32_t>(base) + d; // wraps modulo 2^32 by design
+        value = value * static_cast<std::uint32_t>(base) + d; // wraps modulo 2^32, never clamped
     }
     if (p == digits) {
         if (end)
