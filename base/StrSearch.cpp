@@ -106,12 +106,10 @@ int STR_strcmp_ex(const char* a, const char* b) {
         a = "";
     if (!b)
         b = "";
-    for (;; ++a, ++b) {
-        if (*a != *b)
-            return SignedOrder(static_cast<signed char>(*a), static_cast<signed char>(*b));
-        if (*a == 0)
-            return 0;
-    }
+    // The exact ordering is the C library's: bytes compare as unsigned values, unlike the
+    // case-insensitive forms below, which order them as signed chars.
+    const int r = std::strcmp(a, b);
+    return (r > 0) - (r < 0);
 }
 
 int STR_stricmp(const char* a, const char* b) {
