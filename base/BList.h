@@ -1,0 +1,293 @@
+// BList.h — the library's doubly linked list of values, addressed by positions.
+//
+// A position (`__POSITION*`) is the address of one node (`BListNode<T>`); it stays valid until that
+// node is removed, whatever else is inserted or removed. Callers walk a list by taking
+// GetHeadPosition() and following each node's `next`, reading or changing `value` in place.
+//
+// Memory: the list owns one heap node per element, each holding the list's own copy of the element
+// (made by T's assignment); a node is freed as soon as it is removed. The caller's elements are
+// never stored or changed.
+//
+// Invariant: m_head and m_tail are both null exactly when m_count is 0; the head's prev and the
+// tail's next are null; following next from the head visits m_count nodes and ends at the tail.
+// Every node carries a number taken from m_nextId, which is never 0 and never goes back (RemoveAll
+// does not reset it; after 0xFFFFFFFF comes 1).
+//
+// Copying: a list cannot be copied; as a serialisable object it packs only its tagged list, not
+// its elements (Set and Get are inherited unchanged).
+#pragma once
+
+#include "base/BAssert.h"
+#include "base/BMetaDataClass.h"
+#include "base/Position.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <new>
+#include <vector>
+
+// One element of a BList; its address is the element's position.
+template <class T> struct BListNode {
+    BListNode* prev;  // the node before; null at the head
+    BListNode* next;  // the node after; null at the tail
+    std::uint32_t id; // the node's number within its list, never 0
+    T value;          // the list's own copy of the element
+};
+
+// A broken precondition on the object itself is checked as "this", which compilers flag as always
+// true in well-defined code; the library keeps the check (see BAssert.h), so the warning is muted.
+#if defined(__clang__)
+#pragma clang diagnostic push
+#pragma clang diagnostic ignored "-Wundefined-bool-conversion"
+#pragma clang diagnostic ignored "-Wtautological-undefined-compare"
+#elif defined(__GNUC__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wnonnull-compare"
+#endif
+
+template <class T> class BList : public BMetaDataClass {
+public:
+    using Node = BListNode<T>;
+
+    // An empty list whose first node will be numbered 1.
+    BList() : m_head(nullptr), m_tail(nullptr), m_count(0), m_nextId(1) { B_ASSERT(this); }
+    // Destroys every element; the base part goes afterwards.
+    ~BList() { RemoveAll(); }
+    BList(const BList&) = delete;
+    BList& operator=(const BList&) = delete;
+
+    // Adds a copy of elem in front of the head; returns its position.
+    __POSITION* AddHead(T& elem);
+    // Adds a copy of elem after the tail; returns its position.
+    __POSITION* AddTail(T& elem);
+    // Adds a copy of elem directly before pos; a null pos means the front, not the end.
+    __POSITION* InsertBefore(__POSITION* pos, T& elem);
+    // Removes the node at pos; false (and no change) for a null pos. pos must belong to this list.
+    bool RemoveAt(__POSITION* pos);
+    // Removes the first node; false on an empty list.
+    bool RemoveHead();
+    // Removes the last node; false on an empty list.
+    bool RemoveTail();
+    // Removes every node; the node numbering carries on where it was.
+    void RemoveAll();
+    // The tail's element, in place; the list must not be empty.
+    T& GetTail();
+    // The head's position; null for an empty list.
+    __POSITION* GetHeadPosition() const;
+    // Number of elements.
+    std::uint32_t GetCount() const;
+
+protected:
+    // A new unlinked node holding a copy of elem and the next number; does not touch the chain.
+    Node* MakeNode(T& elem);
+
+    // Reorders the list into the stable ascending order of keys (keys[i] belongs to the i-th
+    // element from the head, less is a strict weak order on them) with the result of repeatedly
+    // moving the smallest remaining element in front of the current one: an element keeps its node
+    // exactly when every element before it sorts before it; every other element gets a new node
+    // holding a copy of copyOf(value), made in sorted order, and its old node is removed.
+    template <class Key, class Less, class CopyOf>
+    void SortByKeys(const std::vector<Key>& keys, Less less, CopyOf copyOf);
+
+    static Node* NodeAt(__POSITION* pos) { return reinterpret_cast<Node*>(pos); }
+    static __POSITION* PositionOf(Node* node) { return reinterpret_cast<__POSITION*>(node); }
+
+    Node* m_head;
+    Node* m_tail;
+    std::uint32_t m_count;
+    std::uint32_t m_nextId;
+
+private:
+    friend struct BListTestPeer;
+};
+
+template <class T> BListNode<T>* BList<T>::MakeNode(T& elem) {
+    B_ASSERT(this);
+    std::unique_ptr<Node> tmp(new (std::nothrow) Node{nullptr, nullptr, 0, T()});
+    B_ASSERT(tmp);
+    tmp->value = elem;
+    tmp->id = m_nextId;
+    m_nextId = m_nextId == 0xFFFFFFFFu ? 1u : m_nextId + 1u;
+    return tmp.release();
+}
+
+template <class T> __POSITION* BList<T>::AddHead(T& elem) {
+    B_ASSERT(this);
+    Node* node = MakeNode(elem);
+    B_ASSERT(node);
+    ++m_count;
+    if (m_head) {
+        node->next = m_head;
+        m_head->prev = node;
+    } else {
+        m_tail = node;
+    }
+    m_head = node;
+    return PositionOf(node);
+}
+
+template <class T> __POSITION* BList<T>::AddTail(T& elem) {
+    B_ASSERT(this);
+    Node* node = MakeNode(elem);
+    B_ASSERT(node);
+    ++m_count;
+    if (m_tail) {
+        node->prev = m_tail;
+        m_tail->next = node;
+    } else {
+        m_head = node;
+    }
+    m_tail = node;
+    return PositionOf(node);
+}
+
+template <class T> __POSITION* BList<T>::InsertBefore(__POSITION* pos, T& elem) {
+    B_ASSERT(this);
+    Node* at = NodeAt(pos);
+    if (m_count == 0 || !at || at == m_head)
+        return AddHead(elem);
+    Node* node = MakeNode(elem);
+    node->prev = at->prev;
+    node->next = at;
+    if (at->prev)
+        at->prev->next = node;
+    at->prev = node;
+    ++m_count;
+    return PositionOf(node);
+}
+
+template <class T> bool BList<T>::RemoveAt(__POSITION* pos) {
+    B_ASSERT(this);
+    Node* node = NodeAt(pos);
+    if (!node)
+        return false;
+    if (node == m_head)
+        return RemoveHead();
+    if (node == m_tail)
+        return RemoveTail();
+    node->prev->next = node->next;
+    node->next->prev = node->prev;
+    delete node;
+    --m_count;
+    return true;
+}
+
+template <class T> bool BList<T>::RemoveHead() {
+    B_ASSERT(this);
+    Node* old = m_head;
+    if (!old)
+        return false;
+    if (old->next) {
+        m_head = old->next;
+        m_head->prev = nullptr;
+        --m_count;
+    } else {
+        m_head = nullptr;
+        m_tail = nullptr;
+        m_count = 0;
+    }
+    delete old;
+    return true;
+}
+
+template <class T> bool BList<T>::RemoveTail() {
+    B_ASSERT(this);
+    Node* old = m_tail;
+    if (!old)
+        return false;
+    if (old->prev) {
+        m_tail = old->prev;
+        m_tail->next = nullptr;
+        --m_count;
+    } else {
+        m_head = nullptr;
+        m_tail = nullptr;
+        m_count = 0;
+    }
+    delete old;
+    return true;
+}
+
+template <class T> void BList<T>::RemoveAll() {
+    B_ASSERT(this);
+    Node* node = m_head;
+    while (node) {
+        Node* next = node->next;
+        delete node;
+        node = next;
+    }
+    m_head = nullptr;
+    m_tail = nullptr;
+    m_count = 0;
+}
+
+template <class T> T& BList<T>::GetTail() {
+    B_ASSERT(this);
+    Node* node = m_tail;
+    B_ASSERT(node);
+    return node->value;
+}
+
+template <class T> __POSITION* BList<T>::GetHeadPosition() const {
+    B_ASSERT(this);
+    return PositionOf(m_head);
+}
+
+template <class T> std::uint32_t BList<T>::GetCount() const {
+    B_ASSERT(this);
+    return m_count;
+}
+
+template <class T>
+template <class Key, class Less, class CopyOf>
+void BList<T>::SortByKeys(const std::vector<Key>& keys, Less less, CopyOf copyOf) {
+    const std::size_t n = keys.size();
+    std::vector<Node*> nodes;
+    nodes.reserve(n);
+    for (Node* node = NodeAt(GetHeadPosition()); node; node = node->next)
+        nodes.push_back(node);
+    B_ASSERT(nodes.size() == n);
+
+    std::vector<std::size_t> order(n);
+    for (std::size_t i = 0; i < n; ++i)
+        order[i] = i;
+    std::stable_sort(order.begin(), order.end(),
+                     [&](std::size_t a, std::size_t b) { return less(keys[a], keys[b]); });
+
+    // The selection leaves an element in its node only when nothing before it in the list is
+    // larger: those elements have ranks above the running maximum of the ranks before them.
+    std::vector<std::size_t> rank(n);
+    for (std::size_t r = 0; r < n; ++r)
+        rank[order[r]] = r;
+    std::vector<bool> kept(n);
+    std::size_t highest = 0;
+    for (std::size_t i = 0; i < n; ++i) {
+        kept[i] = i == 0 || rank[i] > highest;
+        highest = std::max(highest, rank[i]);
+    }
+
+    // Moved elements are re-created in sorted order, each directly before the first kept node that
+    // sorts after it (or at the end); their old nodes go as soon as the copy exists.
+    std::size_t anchorRank = 0;
+    for (std::size_t r = 0; r < n; ++r) {
+        const std::size_t i = order[r];
+        if (kept[i])
+            continue;
+        if (anchorRank <= r)
+            for (anchorRank = r + 1; anchorRank < n && !kept[order[anchorRank]]; ++anchorRank) {
+            }
+        Node* old = nodes[i];
+        if (anchorRank < n)
+            InsertBefore(PositionOf(nodes[order[anchorRank]]), copyOf(old->value));
+        else
+            AddTail(copyOf(old->value));
+        RemoveAt(PositionOf(old));
+    }
+}
+
+#if defined(__clang__)
+#pragma clang diagnostic pop
+#elif defined(__GNUC__)
+#pragma GCC diagnostic pop
+#endif
