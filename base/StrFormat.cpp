@@ -21,11 +21,11 @@ using StrImplementation::verifymt;
 namespace {
 
 // Characters that may stand between '%' and the conversion letter.
-const char fprefix[] = "-+0 #*.123456789hlL";
+constexpr char fprefix[] = "-+0 #*.123456789hlL";
 // Conversions that take one integer (or character) argument.
-const char intletters[] = "cCdiouxX";
+constexpr char intletters[] = "cCdiouxX";
 // Conversions that take one floating argument.
-const char Str_dblletters[] = "eEfgG";
+constexpr char Str_dblletters[] = "eEfgG";
 // What a null string pointer prints as.
 const char nulltext[] = "(null)";
 
