@@ -20,17 +20,14 @@ inline Bytes Concat(std::initializer_list<Bytes> parts) {
     return out;
 }
 
-// The written bytes of a memory file.
-inline Bytes Written(const BMemFile& f) {
-    return Bytes(f.m_buffer, f.m_buffer + f.m_length);
-}
-
-// The bytes of a data run.
 inline Bytes RunOf(const unsigned char* p, unsigned int n) {
     return Bytes(p, p + n);
 }
 
-// The data bytes of an item or tag.
+inline Bytes Written(const BMemFile& f) {
+    return RunOf(f.m_buffer, f.m_length);
+}
+
 inline Bytes DataOf(const BMetaData& item) {
     return RunOf(item.GetDataPtr(), item.m_size);
 }
@@ -44,19 +41,8 @@ inline std::vector<std::string> Tags(const BMetaDataTaggedList& list) {
 }
 
 // The list records of the empty list and of the list holding tag "w" with the integer 5, mode 1.
-const Bytes kEmptyList = {0x49, 0x44, 0x4D, 0x44, 0x54, 0x4C, 0, 0, 0, 0};
-const Bytes kListW5 = {0x49, 0x44, 0x4D, 0x44, 0x54, 0x4C, 0x01, 0, 0,    0, 0x02, 0,
-                       0,    0,    0x77, 0x00, 0x04, 0,    0,    0, 0x05, 0, 0,    0};
-
-inline std::string Hex(const Bytes& b) {
-    static const char digits[] = "0123456789ABCDEF";
-    std::string out;
-    for (unsigned char c : b) {
-        out += digits[c >> 4];
-        out += digits[c & 15];
-        out += ' ';
-    }
-    return out;
-}
+const Bytes kEmptyList = {'I', 'D', 'M', 'D', 'T', 'L', 0, 0, 0, 0};
+const Bytes kListW5 = {'I', 'D', 'M', 'D', 'T', 'L', 1, 0, 0, 0, 2, 0,
+                       0,   0,   'w', 0,   4,   0,   0, 0, 5, 0, 0, 0};
 
 } // namespace byterecords
