@@ -55,13 +55,4 @@ TEST(BMetaDataTagged, ReadsTaggedItemRecords) {
     }
 }
 
-TEST(BMetaDataTagged, CompareTagIgnoresCaseAndStopsAtTheEndOfAnUnterminatedTag) {
-    const Bytes stream = {8, 0, 0, 0, 'a', 'b', 'c', 'd', 'e', 'f', 'g', 'h', 0, 0, 0, 0};
-    BMemFile f(stream.data(), static_cast<unsigned int>(stream.size()));
-    BMetaDataTagged item;
-    item.Read(f, 1);
-    EXPECT_EQ(item.CompareTag("ABCDEFGH"), 0);
-    EXPECT_GT(item.CompareTag("abcdefghi"), 0);
-}
-
 } // namespace
