@@ -11,19 +11,12 @@ using namespace byterecords;
 // The tagged-item record of the tag "ab" with the 4-byte integer 7, in mode 1.
 const Bytes kAbSeven = {3, 0, 0, 0, 'a', 'b', 0, 4, 0, 0, 0, 7, 0, 0, 0};
 
-TEST(BMetaDataTagged, WritesTheTagRecordThenTheDataRecordAndReadsThemBack) {
+TEST(BMetaDataTagged, ReadThenWriteGivesTheSameRecord) {
+    BMemFile in(kAbSeven.data(), static_cast<unsigned int>(kAbSeven.size())), out;
     BMetaDataTagged item;
-    item.m_tag.SetData("ab");
-    item.CreateDataBuff(4);
-    item.GetDataPtr()[0] = 7;
-    BMemFile f;
-    item.Write(f, 1);
-    EXPECT_EQ(Written(f), kAbSeven);
-    f.Seek(0, 0);
-    BMetaDataTagged back;
-    back.Read(f, 1);
-    EXPECT_EQ(DataOf(back.m_tag), DataOf(item.m_tag));
-    EXPECT_EQ(DataOf(back), DataOf(item));
+    item.Read(in, 1);
+    item.Write(out, 1);
+    EXPECT_EQ(Written(out), kAbSeven);
 }
 
 TEST(BMetaDataTagged, ReadsTaggedItemRecords) {
@@ -38,11 +31,7 @@ TEST(BMetaDataTagged, ReadsTaggedItemRecords) {
         {"truncated: exhausted stream", {}, 1, {}, {}},
         {"truncated: tag only", {2, 0, 0, 0, 'w', 0}, 1, {'w', 0}, {}},
         {"truncated: data cut short", {1, 0, 0, 0, 'w', 3, 0, 0, 0, 9}, 1, {'w'}, {9, 0, 0}},
-        {"mode 3: tag is a table index, none here",
-         {3, 0, 0, 0, 5, 0, 1, 0, 0, 0, 42},
-         3,
-         {0, 0, 0},
-         {42}},
+        {"ok: mode 3, tag index, no table", {3, 0, 0, 0, 5, 0, 1, 0, 0, 0, 42}, 3, {0, 0, 0}, {42}},
     };
     for (const Row& r : rows) {
         BMemFile f(r.stream.data(), static_cast<unsigned int>(r.stream.size()));
