@@ -115,7 +115,7 @@ TEST(BFilenameListTest, ReadsListRecords) {
         {"truncated: count beyond the records", Concat({{5, 0, 0, 0}, kAB}), {"/a/b"}},
         {"truncated: storage string", Concat({kOne, RunOf(kAB.data(), 14)}), {"/a"}},
         {"corrupt: wrong list marker", {0, 0, 0, 0, 'I', 'D', 'M', 'D', 'T', 'X', 1, 0, 0, 0}, {}},
-        {"corrupt: huge count", Concat({{0xFF, 0xFF, 0xFF, 0xFF}, kAB, kEmptyList}), {"/a/b", ""}},
+        {"corrupt: huge count", Concat({{0, 0, 1, 0}, kAB, kEmptyList}), {"/a/b", ""}},
         {"corrupt: huge tag", {1, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0xFF, 0, 0}, {""}},
         {"corrupt: size",
          {1, 0, 0, 0, 0, 0, 0, 0, 6, 0, 0, 0, 255, 255, 255, 127, '/', 'a'},
