@@ -90,6 +90,7 @@ public:
     unsigned int m_growBy;
     unsigned int m_position;
     unsigned char* m_buffer;
+    // Carried with the file: copied by assignment, serialised by Set and Get, unused by the stream.
     BFilename m_filename;
 
 private:

@@ -65,29 +65,4 @@ TEST(TagTable, ReadCopiesTheTextAtTheIndex) {
     }
 }
 
-TEST(TagTable, ListRoundTripsThroughTheTables) {
-    BMetaDataTaggedList list;
-    list.SetData("alpha", 1);
-    list.SetData("beta", 2);
-    list.SetData("gamma", 3);
-    BMetaDataTaggedList table;
-    BMemFile f;
-    f.m_metaData.SetData("GlobalMetaTable", static_cast<void*>(&table));
-    list.Write(f, 2);
-    list.Write(f, 2);
-
-    std::vector<const char*> texts;
-    for (__POSITION* pos = table.GetHeadPosition(); pos != nullptr;)
-        texts.push_back(reinterpret_cast<const char*>(table.GetNext(pos).m_tag.GetDataPtr()));
-    f.m_metaData.SetData("GlobalMetaTableFast", static_cast<void*>(texts.data()));
-    f.SetPosition(0);
-    for (int pass = 0; pass < 2; ++pass) {
-        BMetaDataTaggedList read;
-        EXPECT_EQ(read.Read(f, 2), 3);
-        EXPECT_EQ(Tags(read), (std::vector<std::string>{"alpha", "beta", "gamma"}));
-        EXPECT_TRUE(read == list);
-    }
-    EXPECT_EQ(texts.size(), 3u) << "the second write reuses every index";
-}
-
 } // namespace
