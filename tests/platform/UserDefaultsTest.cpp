@@ -289,6 +289,13 @@ std::string Trailer(unsigned offsetSize, unsigned refSize, std::uint64_t count, 
 const std::string kMinimal =
     std::string("bplist00\xD1\x01\x02\x51\x61\x10\x01\x08\x0B\x0D", 18) + Trailer(1, 1, 3, 0, 15);
 
+// {"a": value} where `value` is the bytes of one object.
+std::string OneEntry(const std::string& value) {
+    std::string objects = std::string("bplist00\xD1\x01\x02\x51\x61", 13) + value;
+    std::size_t table = objects.size();
+    return objects + std::string("\x08\x0B\x0D", 3) + Trailer(1, 1, 3, 0, table);
+}
+
 std::vector<FileRow> FileRows() {
     std::string truncated = kMinimal.substr(0, kMinimal.size() - 1);
     std::string badOffset = kMinimal;
@@ -312,6 +319,13 @@ std::vector<FileRow> FileRows() {
                                std::string(1 << 20, 'x') + "</string></dict>");
     return {
         {"minimal binary", kMinimal, true, 1},
+        {"UTF-16 text", OneEntry(std::string("\x62\x00\x37\x00\xE9", 5)), true, 7},
+        {"UTF-16 surrogate pair", OneEntry(std::string("\x62\xD8\x3D\xDE\x00", 5)), true, 0},
+        {"ASCII text holding a NUL", OneEntry(std::string("\x53\x78\x00\x79", 4)), false, 0},
+        {"UTF-16 text holding a NUL", OneEntry(std::string("\x61\x00\x00", 3)), false, 0},
+        {"UTF-16 lone high surrogate", OneEntry(std::string("\x61\xD8\x00", 3)), false, 0},
+        {"UTF-16 lone low surrogate", OneEntry(std::string("\x62\xDC\x00\x00\x41", 5)), false, 0},
+        {"text longer than the file", OneEntry(std::string("\x5F\x10\xFF\x41", 4)), false, 0},
         {"XML", XmlPlist("<dict><key>a</key><integer>3</integer></dict>"), true, 3},
         {"empty file", "", true, 0},
         {"truncated binary: trailer misread", truncated, false, 0},
