@@ -5,15 +5,13 @@
 
 #include <cstdio>
 #include <string>
+#include <utility>
 
 using strtest::Text;
 
 // Only a repeat of the same byte collapses: letters that merely share a digit are each coded.
 TEST(StrSoundex, KeysCollapseOnlyIdenticalBytes) {
-    struct Row {
-        std::string word;
-        const char* key;
-    } rows[] = {
+    const std::pair<std::string, const char*> rows[] = {
         {"Robert", "R163"},  {"Jackson", "J222"},
         {"Pfister", "P123"}, {"Lloyd", "L430"},
         {"llama", "L500"},   {"  42 x", "X000"},
@@ -21,11 +19,11 @@ TEST(StrSoundex, KeysCollapseOnlyIdenticalBytes) {
         {"x\xE9yz", "X200"}, {std::string("a\0b", 3), "A100"},
         {"1 \xC0", ""},
     };
-    for (const Row& r : rows) {
-        SCOPED_TRACE(r.word);
+    for (const auto& [word, key] : rows) {
+        SCOPED_TRACE(word);
         Str s;
-        s.NewFromString(r.word.c_str(), static_cast<int>(r.word.size()), 0, 0);
-        EXPECT_EQ(Text(s.Soundex()), r.key);
+        s.NewFromString(word.c_str(), static_cast<int>(word.size()), 0, 0);
+        EXPECT_EQ(Text(s.Soundex()), key);
     }
 }
 
