@@ -43,7 +43,7 @@ TEST(StrFormat, RandomNumericConversionsMatchSnprintf) {
     int stars = 0;
     // A conversion with random flags, width and precision (either may be a star), one of the
     // length modifiers and one of the letters.
-    auto spec = [&](const std::vector<std::string>& lengths, const std::string& letters) {
+    auto conversion = [&](const std::vector<std::string>& lengths, const std::string& letters) {
         std::string s = "<%";
         stars = 0;
         for (int i = pick(0, 3); i > 0; --i)
@@ -83,25 +83,25 @@ TEST(StrFormat, RandomNumericConversionsMatchSnprintf) {
     for (int iter = 0; iter < 6000 && !::testing::Test::HasFailure(); ++iter) {
         switch (iter % 7) {
         case 0:
-            check(spec({"", "h", "hh"}, "diouxX"), static_cast<int>(randomInt()));
+            check(conversion({"", "h", "hh"}, "diouxX"), static_cast<int>(randomInt()));
             break;
         case 1:
-            check(spec({"l"}, "diouxX"), static_cast<long>(randomInt()));
+            check(conversion({"l"}, "diouxX"), static_cast<long>(randomInt()));
             break;
         case 2:
-            check(spec({"ll"}, "diouxX"), randomInt());
+            check(conversion({"ll"}, "diouxX"), randomInt());
             break;
         case 3:
-            check(spec({"", "l"}, "eEfgG"), randomDouble());
+            check(conversion({"", "l"}, "eEfgG"), randomDouble());
             break;
         case 4:
-            check(spec({"L"}, "eEfgG"), static_cast<long double>(randomDouble()));
+            check(conversion({"L"}, "eEfgG"), static_cast<long double>(randomDouble()));
             break;
         case 5:
-            check(spec({""}, "c"), pick(32, 126));
+            check(conversion({""}, "c"), pick(32, 126));
             break;
         default:
-            check(spec({""}, "p"),
+            check(conversion({""}, "p"),
                   reinterpret_cast<void*>(static_cast<std::uintptr_t>(randomInt())));
             break;
         }
