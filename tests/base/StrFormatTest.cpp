@@ -134,6 +134,21 @@ TEST(StrFormat, EngineConversionsTable) {
     EXPECT_EQ(Text(wide), "wide+narrow=3");
 }
 
+TEST(StrFormat, AppendersKeepThePresentText) {
+    char buf[8];
+    const std::pair<std::string, std::string> rows[] = {
+        {Text(Str("ab").AppendFormat("%d", 1)), "ab1"},
+        {Text(Str("n=").AppendInt(-42)), "n=-42"},
+        {Text(Str().AppendFloat(1.5f, 40)), "1.5" + std::string(31, '0')},
+        {Text(Str().AppendDouble(2.0, 0)), "2"},
+        {Text(Str().AppendDouble(0.125, 100)), "0.125" + std::string(45, '0')},
+        {std::to_string(StrImplementation::STR_sprintf_i(buf, sizeof buf, "%04d", 7)) + buf,
+         "40007"},
+    };
+    for (const auto& [got, expected] : rows)
+        EXPECT_EQ(got, expected);
+}
+
 TEST(StrFormat, ErrorsKeepTextFormattedBefore) {
     const std::tuple<const char*, Str::StrEC, const char*> rows[] = {
         {"ab%***f", Str::ecFormatStars, "ab"},
