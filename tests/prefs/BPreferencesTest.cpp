@@ -1,5 +1,4 @@
 #include "prefs/BPreferences.h"
-#include "prefs/BPreferencesCocoaWrapper.h"
 
 #include "support/StandardStore.h"
 
@@ -124,28 +123,6 @@ TEST_F(BPreferencesTest, GetDataHandsOutAnOwnedCopyOrLeavesTheArgumentsAlone) {
     ASSERT_EQ(count, 3u);
     EXPECT_EQ(std::memcmp(buffer, "abc", 3), 0);
     delete[] buffer;
-}
-
-TEST_F(BPreferencesTest, RemoveTakesTheJoinedKeyAndWaitsForTheNextSynchronise) {
-    prefs.Set("A", "B", 1);
-    prefs.Set("", "A", 2);
-    prefs.Remove(Str("A"), Str("B"));
-    EXPECT_FALSE(Standard().objectForKey("AB"));
-    EXPECT_TRUE(Standard().objectForKey("A"));
-    EXPECT_TRUE(OnDisk().objectForKey("AB"));
-    Standard().synchronize();
-    EXPECT_FALSE(OnDisk().objectForKey("AB"));
-}
-
-using BPreferencesDeathTest = BPreferencesTest;
-
-TEST_F(BPreferencesDeathTest, NullPointersAreProgrammingErrors) {
-    BPreferencesCocoaWrapper backend;
-    const char* none = nullptr;
-    unsigned char* buffer = nullptr;
-    EXPECT_DEATH(backend.Set(none, "n", 1), "Assertion failed: \\(section && name\\), function "
-                                            "Set, file BPreferencesCocoaWrapper, line");
-    EXPECT_DEATH(prefs.GetData(Str("s"), Str("n"), &buffer, nullptr), "function GetData");
 }
 
 } // namespace

@@ -11,7 +11,6 @@
 #include <csignal>
 #include <fcntl.h>
 #include <filesystem>
-#include <functional>
 #include <iostream>
 #include <random>
 #include <string>
@@ -64,7 +63,8 @@ TEST(StoreFault, KilledWriterLeavesTheOldFileOrTheNewOneWhole) {
         ::testing::internal::CaptureStderr();
         UserDefaults reread(file);
         ASSERT_EQ(::testing::internal::GetCapturedStderr(), "") << "seed " << seed;
-        ASSERT_FALSE(Exists(file + ".corrupt")) << "seed " << seed << ", trial " << trial;
+        ASSERT_FALSE(std::filesystem::exists(file + ".corrupt"))
+            << "seed " << seed << ", trial " << trial;
         std::int32_t now = reread.integerForKey(Key(0));
         ASSERT_GE(now, generation) << "seed " << seed << ", trial " << trial;
         for (int k = 1; k < kKeys; ++k)
@@ -106,44 +106,35 @@ TEST(StoreFault, ConcurrentWritersLoseNoKey) {
                       p * 1000 + i);
 }
 
-// A folder without write permission stops every user but root; a file size limit stops root too.
-struct Refusal {
-    const char* name;
-    std::function<void(const std::string& folder)> begin;
-    std::function<void(const std::string& folder)> end;
-};
-
-rlimit savedLimit;
-
 bool Writable(const std::string& path) {
-    int fd = ::open(path.c_str(), O_WRONLY | O_CREAT, 0600);
     const std::string bytes(2048, 'x');
+    int fd = ::open(path.c_str(), O_WRONLY | O_CREAT, 0600);
     bool written = fd >= 0 && write(fd, bytes.data(), bytes.size()) == 2048;
-    if (fd >= 0)
-        ::close(fd);
+    ::close(fd);
     std::remove(path.c_str());
     return written;
 }
 
-const Refusal kRefusals[] = {
-    {"folder without write permission", [](const std::string& f) { chmod(f.c_str(), 0500); },
-     [](const std::string& f) { chmod(f.c_str(), 0700); }},
-    {"file size limit",
-     [](const std::string&) {
-         getrlimit(RLIMIT_FSIZE, &savedLimit);
-         rlimit small = savedLimit;
-         small.rlim_cur = 1024; // the temporary file cannot grow past this; stderr's capture can
-         signal(SIGXFSZ, SIG_IGN);
-         setrlimit(RLIMIT_FSIZE, &small);
-     },
-     [](const std::string&) {
-         setrlimit(RLIMIT_FSIZE, &savedLimit);
-         signal(SIGXFSZ, SIG_DFL);
-     }},
-};
+// A folder without write permission stops every user but root; a file size limit stops root too
+// (the temporary file cannot grow past it, while stderr's capture can).
+void Refuse(int method, const std::string& folder, bool refuse) {
+    static rlimit saved;
+    if (method == 0) {
+        chmod(folder.c_str(), refuse ? 0500 : 0700);
+    } else if (refuse) {
+        getrlimit(RLIMIT_FSIZE, &saved);
+        rlimit small{1024, saved.rlim_max};
+        signal(SIGXFSZ, SIG_IGN);
+        setrlimit(RLIMIT_FSIZE, &small);
+    } else {
+        setrlimit(RLIMIT_FSIZE, &saved);
+        signal(SIGXFSZ, SIG_DFL);
+    }
+}
 
 TEST(StoreFault, RefusedWriteKeepsTheFileAndThePendingChangesThenRetries) {
-    for (const Refusal& refusal : kRefusals) {
+    for (int method : {0, 1}) {
+        const char* refusal = method == 0 ? "folder without write permission" : "file size limit";
         TempFolder folder;
         const std::string file = folder / "store.plist";
         UserDefaults(file).setObject(1, "old");
@@ -151,29 +142,29 @@ TEST(StoreFault, RefusedWriteKeepsTheFileAndThePendingChangesThenRetries) {
         UserDefaults store(file);
         store.setObject(std::string(4096, 'x'), "big");
 
-        refusal.begin(folder.path());
+        Refuse(method, folder.path(), true);
         if (Writable(folder / "probe")) {
-            refusal.end(folder.path());
-            std::cerr << "skipping \"" << refusal.name << "\": it does not stop this user\n";
+            Refuse(method, folder.path(), false);
+            std::cerr << "skipping \"" << refusal << "\": it does not stop this user\n";
             continue;
         }
         ::testing::internal::CaptureStderr();
         bool first = store.synchronize();
         bool second = store.synchronize();
         std::string err = ::testing::internal::GetCapturedStderr();
-        refusal.end(folder.path());
+        Refuse(method, folder.path(), false);
 
-        EXPECT_FALSE(first) << refusal.name;
-        EXPECT_FALSE(second) << refusal.name;
-        EXPECT_EQ(std::count(err.begin(), err.end(), '\n'), 1) << refusal.name << ": " << err;
-        EXPECT_EQ(ReadBytes(file), before) << refusal.name;
+        EXPECT_FALSE(first) << refusal;
+        EXPECT_FALSE(second) << refusal;
+        EXPECT_EQ(std::count(err.begin(), err.end(), '\n'), 1) << refusal << ": " << err;
+        EXPECT_EQ(ReadBytes(file), before) << refusal;
         EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 2)
-            << refusal.name << ": only the file and its lock; no temporary left behind";
-        EXPECT_EQ(store.stringForKey("big")->size(), 4096u) << refusal.name;
-        ASSERT_TRUE(store.synchronize()) << refusal.name;
+            << refusal << ": only the file and its lock; no temporary left behind";
+        EXPECT_EQ(store.stringForKey("big")->size(), 4096u) << refusal;
+        ASSERT_TRUE(store.synchronize()) << refusal;
         UserDefaults reread(file);
-        EXPECT_EQ(reread.integerForKey("old"), 1) << refusal.name;
-        EXPECT_EQ(reread.stringForKey("big")->size(), 4096u) << refusal.name;
+        EXPECT_EQ(reread.integerForKey("old"), 1) << refusal;
+        EXPECT_EQ(reread.stringForKey("big")->size(), 4096u) << refusal;
     }
 }
 
