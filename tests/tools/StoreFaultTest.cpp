@@ -23,12 +23,6 @@ using platform::UserDefaults;
 
 namespace {
 
-constexpr int kKeys = 8;
-
-std::string Key(int i) {
-    return "k" + std::to_string(i);
-}
-
 // Runs `body` in a child process that leaves without running this process's exit handlers.
 template <typename Body> pid_t Fork(Body body) {
     pid_t pid = fork();
@@ -47,8 +41,8 @@ TEST(StoreFault, KilledWriterLeavesTheOldFileOrTheNewOneWhole) {
         pid_t child = Fork([&] {
             UserDefaults store(file);
             for (std::int32_t next = generation + 1;; ++next) {
-                for (int k = 0; k < kKeys; ++k)
-                    store.setObject(next, Key(k));
+                for (char k = 'a'; k < 'i'; ++k)
+                    store.setObject(next, std::string(1, k));
                 if (!store.synchronize())
                     return false;
             }
@@ -65,10 +59,10 @@ TEST(StoreFault, KilledWriterLeavesTheOldFileOrTheNewOneWhole) {
         ASSERT_EQ(::testing::internal::GetCapturedStderr(), "") << "seed " << seed;
         ASSERT_FALSE(std::filesystem::exists(file + ".corrupt"))
             << "seed " << seed << ", trial " << trial;
-        std::int32_t now = reread.integerForKey(Key(0));
+        std::int32_t now = reread.integerForKey("a");
         ASSERT_GE(now, generation) << "seed " << seed << ", trial " << trial;
-        for (int k = 1; k < kKeys; ++k)
-            ASSERT_EQ(reread.integerForKey(Key(k)), now) << "seed " << seed << ", trial " << trial;
+        for (char k = 'b'; k < 'i'; ++k)
+            ASSERT_EQ(reread.integerForKey(std::string(1, k)), now) << "seed " << seed << ", " << k;
         generation = now;
     }
     EXPECT_GT(generation, 0) << "no writer got as far as one synchronise";
@@ -84,12 +78,11 @@ TEST(StoreFault, ConcurrentWritersLoseNoKey) {
     for (int p = 0; p < 4; ++p) {
         children[p] = Fork([&] {
             UserDefaults store(file);
-            for (int i = 0; i < 250; ++i) {
-                store.setObject(p * 1000 + i, "p" + std::to_string(p) + "-" + std::to_string(i));
-                if (!store.synchronize())
-                    return false;
-            }
-            return true;
+            bool ok = true;
+            for (int i = 0; i < 250; ++i)
+                ok = store.setObject(p * 1000 + i, std::to_string(p * 1000 + i)) &&
+                     store.synchronize() && ok;
+            return ok;
         });
         ASSERT_GT(children[p], 0);
     }
@@ -100,10 +93,8 @@ TEST(StoreFault, ConcurrentWritersLoseNoKey) {
     }
     UserDefaults reread(file);
     EXPECT_EQ(reread.allKeys().size(), 1000u);
-    for (int p = 0; p < 4; ++p)
-        for (int i = 0; i < 250; ++i)
-            EXPECT_EQ(reread.integerForKey("p" + std::to_string(p) + "-" + std::to_string(i)),
-                      p * 1000 + i);
+    for (const std::string& key : reread.allKeys())
+        EXPECT_EQ(std::to_string(reread.integerForKey(key)), key);
 }
 
 bool Writable(const std::string& path) {
