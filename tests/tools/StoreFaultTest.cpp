@@ -37,6 +37,7 @@ TEST(StoreFault, KilledWriterLeavesTheOldFileOrTheNewOneWhole) {
     TempFolder folder;
     const std::string file = folder / "store.plist";
     std::int32_t generation = 0;
+    int interrupted = 0;
     for (int trial = 0; trial < 200; ++trial) {
         pid_t child = Fork([&] {
             UserDefaults store(file);
@@ -53,6 +54,7 @@ TEST(StoreFault, KilledWriterLeavesTheOldFileOrTheNewOneWhole) {
         int status = 0;
         waitpid(child, &status, 0);
         ASSERT_TRUE(WIFSIGNALED(status)) << "the writer failed; seed " << seed;
+        interrupted += std::filesystem::exists(file + ".tmp");
 
         ::testing::internal::CaptureStderr();
         UserDefaults reread(file);
@@ -66,9 +68,10 @@ TEST(StoreFault, KilledWriterLeavesTheOldFileOrTheNewOneWhole) {
         generation = now;
     }
     EXPECT_GT(generation, 0) << "no writer got as far as one synchronise";
-    // Each kill inside a write leaves its temporary beside the file and the lock.
-    EXPECT_GT(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 2)
-        << "no kill landed inside a write";
+    // A kill inside a write leaves the temporary behind; the next writer replaces it, so leftovers
+    // never pile up beside the file and the lock.
+    EXPECT_GT(interrupted, 0) << "no kill landed inside a write";
+    EXPECT_LE(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 3);
 }
 
 TEST(StoreFault, ConcurrentWritersLoseNoKey) {
