@@ -1,6 +1,7 @@
 // End-to-end tests of the two programs: the host loads the real pane module and both programs
 // work on a temporary defaults file.
 
+#include "platform/UserDefaults.h"
 #include "support/TempFolder.h"
 
 #include <gtest/gtest.h>
@@ -8,7 +9,9 @@
 #include <algorithm>
 #include <cstdlib>
 #include <string>
+#include <sys/stat.h>
 #include <sys/wait.h>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -147,6 +150,40 @@ TEST_F(ProgramsTest, BadInvocationsFailCleanlyAndLeaveTheStoreAlone) {
         EXPECT_EQ(ReadBytes(store), before) << shown;
     }
     EXPECT_EQ(ReadBytes(folder / "blocker"), "a file where a folder should be");
+}
+
+TEST_F(ProgramsTest, StandardStoreFileFollowsTheEnvironment) {
+    const std::string f = folder.path(),
+                      tool = Quote(Environment("BKGCOLORS_BIN") + "/bkgcolors-defaults");
+    const std::pair<std::string, std::string> rows[] = {
+        {"BKGCOLORS_DEFAULTS=" + f + "/named.plist", f + "/named.plist"},
+        {"XDG_CONFIG_HOME=" + f + "/x/y", f + "/x/y/org.bkgcolors.host.plist"},
+        {"XDG_CONFIG_HOME=relative HOME=" + f + "/h1", f + "/h1/.config/org.bkgcolors.host.plist"},
+        {"XDG_CONFIG_HOME= HOME=" + f + "/h2", f + "/h2/.config/org.bkgcolors.host.plist"},
+    };
+    for (const auto& [assignments, file] : rows) {
+        SCOPED_TRACE(assignments);
+        std::string command = "cd " + Quote(f) +
+                              " && env -u BKGCOLORS_DEFAULTS -u XDG_CONFIG_HOME " + assignments +
+                              " " + tool + " write k -int 7";
+        ASSERT_EQ(std::system(command.c_str()), 0);
+        EXPECT_EQ(platform::UserDefaults(file).integerForKey("k"), 7);
+        struct stat made;
+        ASSERT_EQ(stat(std::filesystem::path(file).parent_path().c_str(), &made), 0);
+        EXPECT_EQ(made.st_mode & 0777, 0700u);
+    }
+}
+
+TEST_F(ProgramsTest, PendingChangesOfTheStandardStoreAreWrittenAtNormalExit) {
+    pid_t child = fork();
+    if (child == 0) {
+        platform::UserDefaults::setStandardPath(store);
+        platform::UserDefaults::standardUserDefaults().setObject(std::int32_t{5}, "k");
+        std::exit(0);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(platform::UserDefaults(store).integerForKey("k"), 5);
 }
 
 } // namespace
