@@ -53,7 +53,7 @@ bench: deps
 
 # Fuzzing: every target runs for FUZZ_SECONDS on a scratch copy of its seed corpus, so the corpus in
 # the tree only changes when someone copies a finding into it.
-FUZZ_TARGETS := taggedlist_read metadataclass_get prefs_get
+FUZZ_TARGETS := $(patsubst fuzz/fuzz_%.cpp,%,$(wildcard fuzz/fuzz_*.cpp))
 
 fuzz: deps
 	CXX=clang++ $(CMAKE) -S . -B $(BUILD_FUZZ) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DBUILD_SHARED_LIBS=OFF \

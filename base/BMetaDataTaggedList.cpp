@@ -100,7 +100,10 @@ __POSITION* BMetaDataTaggedList::FindData(const char* tag) const {
 __POSITION* BMetaDataTaggedList::FindData(const Str& tag) const {
     const char* wanted = tag;
     return FindFirst([wanted](const BMetaDataTagged& item) {
-        return StrImplementation::STR_stricmp_ex(TextOf(item.m_tag).c_str(), wanted) == 0;
+        const char* text = reinterpret_cast<const char*>(item.m_tag.GetDataPtr());
+        if (std::memchr(text, 0, item.m_tag.m_size) == nullptr && item.m_tag.m_size != 0)
+            return StrImplementation::STR_stricmp_ex(TextOf(item.m_tag).c_str(), wanted) == 0;
+        return StrImplementation::STR_stricmp_ex(text, wanted) == 0;
     });
 }
 

@@ -21,11 +21,11 @@ using StrImplementation::verifymt;
 namespace {
 
 // Characters that may stand between '%' and the conversion letter.
-const char fprefix[] = "-+0 #*.123456789hlL";
+constexpr char fprefix[] = "-+0 #*.123456789hlL";
 // Conversions that take one integer (or character) argument.
-const char intletters[] = "cCdiouxX";
+constexpr char intletters[] = "cCdiouxX";
 // Conversions that take one floating argument.
-const char Str_dblletters[] = "eEfgG";
+constexpr char Str_dblletters[] = "eEfgG";
 // What a null string pointer prints as.
 const char nulltext[] = "(null)";
 
@@ -160,7 +160,7 @@ public:
         if (n == 0)
             return;
         const std::size_t len = static_cast<std::size_t>(s_.GetLength());
-        if (n > kMaxLength - len)
+        if (len > kMaxLength || n > kMaxLength - len)
             throw std::bad_alloc();
         const char* text = s_;
         if (!guarded_ && text == origin_ && text != StrImplementation::oInitializer.text &&
@@ -393,9 +393,11 @@ int OneValue(Sink& sink, const char*& fmt, StrArgList& ap, signed char wide) {
     return 1;
 }
 
-// True when p points into the text area of s's block.
+// True when p points into the text area of s's own block (the empty block is never written).
 bool PointsInto(const Str& s, const char* p) {
     const char* text = s;
+    if (text == StrImplementation::oInitializer.text)
+        return false;
     auto b = reinterpret_cast<std::uintptr_t>(text);
     auto q = reinterpret_cast<std::uintptr_t>(p);
     return q >= b && q <= b + static_cast<std::uintptr_t>(SBlock::of(text)->capacity);

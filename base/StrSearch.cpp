@@ -24,34 +24,32 @@ inline unsigned char U(char c) {
     return static_cast<unsigned char>(c);
 }
 
-// The current locale's case mappings, looked up once per operation rather than once per
-// character.
+// One case mapping of the current locale (to upper case or to lower case), looked up once per
+// operation rather than once per character.
 class CaseMap {
 public:
 #ifdef __GLIBC__
-    CaseMap() : upper_(*__ctype_toupper_loc()), lower_(*__ctype_tolower_loc()) {}
-    int Upper(unsigned char c) const {
-        return upper_[c];
-    }
-    int Lower(unsigned char c) const {
-        return lower_[c];
+    explicit CaseMap(bool upper)
+        : table_(upper ? *__ctype_toupper_loc() : *__ctype_tolower_loc()) {}
+    int operator()(unsigned char c) const {
+        return table_[c];
     }
 
 private:
-    const std::int32_t* upper_;
-    const std::int32_t* lower_;
+    const std::int32_t* table_;
 #else
-    int Upper(unsigned char c) const {
-        return std::toupper(c);
+    explicit CaseMap(bool upper) : upper_(upper) {}
+    int operator()(unsigned char c) const {
+        return upper_ ? std::toupper(c) : std::tolower(c);
     }
-    int Lower(unsigned char c) const {
-        return std::tolower(c);
-    }
+
+private:
+    bool upper_;
 #endif
 };
 
 inline signed char UpperForOrdering(const CaseMap& map, char c) {
-    return static_cast<signed char>(map.Upper(U(c)));
+    return static_cast<signed char>(map(U(c)));
 }
 
 // 1 when a orders after b as signed bytes, else -1.
@@ -165,12 +163,10 @@ int STR_strcmp_ex(const char* a, const char* b) {
         a = "";
     if (!b)
         b = "";
-    for (;; ++a, ++b) {
-        if (*a != *b)
-            return SignedOrder(static_cast<signed char>(*a), static_cast<signed char>(*b));
-        if (*a == 0)
-            return 0;
-    }
+    // The exact ordering is the C library's: bytes compare as unsigned values, unlike the
+    // case-insensitive forms below, which order them as signed chars.
+    const int r = std::strcmp(a, b);
+    return (r > 0) - (r < 0);
 }
 
 int STR_stricmp(const char* a, const char* b) {
@@ -178,7 +174,7 @@ int STR_stricmp(const char* a, const char* b) {
         a = "";
     if (!b)
         b = "";
-    const CaseMap map;
+    const CaseMap map(true);
     for (;; ++a, ++b) {
         const char ca = *a, cb = *b;
         if (ca == 0)
@@ -203,7 +199,7 @@ int STR_strnicmp(const char* a, const char* b, int n) {
         a = "";
     if (!b)
         b = "";
-    const CaseMap map;
+    const CaseMap map(true);
     for (int i = 0; i < n; ++i) {
         const char ca = a[i], cb = b[i];
         if (ca == cb) {
@@ -222,15 +218,15 @@ int STR_strnicmp(const char* a, const char* b, int n) {
 // --- Case conversion -----------------------------------------------------------------------
 
 void STR_ToUpper(char* s, unsigned int n) {
-    const CaseMap map;
+    const CaseMap map(true);
     for (unsigned int i = 0; i < n && s[i] != 0; ++i)
-        s[i] = static_cast<char>(map.Upper(U(s[i])));
+        s[i] = static_cast<char>(map(U(s[i])));
 }
 
 void STR_ToLower(char* s, unsigned int n) {
-    const CaseMap map;
+    const CaseMap map(false);
     for (unsigned int i = 0; i < n && s[i] != 0; ++i)
-        s[i] = static_cast<char>(map.Lower(U(s[i])));
+        s[i] = static_cast<char>(map(U(s[i])));
 }
 
 // --- Replacing -----------------------------------------------------------------------------
@@ -353,7 +349,7 @@ long STR_strtol(const char* s, char** end, int base) {
             break;
         if (d >= static_cast<unsigned int>(base))
             break;
-        value = value * static_cast<std::uint32_t>(base) + d; // wraps modulo 2^32 by design
+        value = value * static_cast<std::uint32_t>(base) + d; // wraps modulo 2^32, never clamped
     }
     if (p == digits) {
         if (end)
@@ -531,11 +527,11 @@ void Str::Str_MakeUL(signed char upper) {
     const int len = GetLength();
     // Find the first character the conversion changes; text already in the wanted case is left
     // alone, so a shared block stays shared and nothing is allocated.
-    const CaseMap map;
+    const CaseMap map(upper != 0);
     int first = 0;
     for (; first < len && dptr[first] != 0; ++first) {
         const unsigned char c = U(dptr[first]);
-        if ((upper ? map.Upper(c) : map.Lower(c)) != c)
+        if (map(c) != c)
             break;
     }
     if (first >= len || dptr[first] == 0)

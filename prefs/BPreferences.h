@@ -12,6 +12,9 @@
 
 #include "base/Str.h"
 
+class BMetaDataClass;
+class BMetaDataTaggedList;
+
 class BPreferences {
 public:
     // Stores the text read as UTF-8 (a text that is not UTF-8 removes the entry).
@@ -46,4 +49,19 @@ public:
 
     // Removes the entry under section + name; the change is written by the next synchronise.
     void Remove(Str section, Str name);
+
+    // Structured values travel as the raw bytes of their serialised forms (mode 1), nothing
+    // added. A list is stored as its list record.
+    void Set(Str section, Str name, BMetaDataTaggedList& list);
+    void Set(const char* section, const char* name, BMetaDataTaggedList& list);
+    // An object is packed by its Set() and its data stored; the object keeps the packed data.
+    void Set(Str section, Str name, BMetaDataClass& object);
+    void Set(const char* section, const char* name, BMetaDataClass& object);
+    // Reads a stored list record into list (the list's Read replaces its items). Returns the
+    // GetData status: 1 when there are no raw bytes (list untouched), 0 when there are; an entry
+    // of 0 bytes leaves the list untouched.
+    int Get(Str section, Str name, BMetaDataTaggedList& list);
+    // Copies the stored bytes into the object's data and rebuilds it with its Get(). Status and
+    // untouched cases as for lists.
+    int Get(Str section, Str name, BMetaDataClass& object);
 };

@@ -1,5 +1,6 @@
 // The ordering comparisons the lists and filenames sort with: results are -1, 0 or 1, bytes order
-// as signed chars, and the case-insensitive forms fold to upper case.
+// as unsigned values in the exact form and as signed chars in the case-insensitive forms, which
+// fold to upper case.
 #include "base/Str.h"
 
 #include <gtest/gtest.h>
@@ -25,8 +26,8 @@ const OrderRow kOrderRows[] = {
     {"ab", "abc", -1, -1, "a prefix orders first"},
     {"abc", "ab", 1, 1, "a longer string orders after its prefix"},
     {"", "a", -1, -1, "empty orders first"},
-    {"\xC8", "A", -1, -1, "a byte of 200 is negative and orders before ASCII"},
-    {"A", "\xFF", 1, 1, "0xFF is -1"},
+    {"\xC8", "A", 1, -1, "200 is above ASCII exactly, but negative without case"},
+    {"A", "\xFF", -1, 1, "0xFF is 255 exactly and -1 without case"},
     {"\x80", "\xFF", -1, -1, "0x80 is the smallest byte"},
     {"_", "a", -1, 1, "folding to upper case puts '_' (95) after 'A' (65)"},
     {"a[", "A_", 1, -1, "'[' (91) before '_' (95) once the letters fold"},

@@ -1,7 +1,7 @@
 // The formatting engine: the engine's own conversions, errors and what they leave, the size
 // estimate read through the block header, arguments taken from the string itself, and a seeded
 // differential run of numeric conversions against snprintf.
-#include "base/Str.h"
+#include "base/StrTestProbe.h"
 
 #include <gtest/gtest.h>
 
@@ -19,14 +19,10 @@
 
 namespace {
 
-const std::int32_t* Header(const Str& s) {
-    return reinterpret_cast<const std::int32_t*>(static_cast<const char*>(s)) - 4;
-}
+using strtest::Text;
+
 int Capacity(const Str& s) {
-    return Header(s)[2];
-}
-std::string Text(const Str& s) {
-    return std::string(static_cast<const char*>(s), static_cast<std::size_t>(s.GetLength()));
+    return strtest::Header(s).capacity;
 }
 
 int CodeOf(const std::function<void()>& f) {
@@ -95,6 +91,8 @@ TEST(StrFormat, EngineConversionsTable) {
         {Fmt("%c%c", 'o', 'k'), "ok", "characters"},
         {Fmt("%lc|", 0x263A), "?|", "unconvertible wide character"},
         {Fmt("%5-d|%d", 1, 2), "%5-d|2", "printf's grammar refused: printed as written"},
+        {Fmt("%LLd|%d", 1LL, 2), "%LLd|2", "two length modifiers: printed as written"},
+        {Fmt("%99999999999d|", 5), "|", "a width printf cannot reach gives nothing"},
         {Fmt("%p", static_cast<void*>(nullptr)), Printf("%p", static_cast<void*>(nullptr)),
          "pointer"},
         {Fmt("%300d", 1), std::string(299, ' ') + "1", "long integer result"},

@@ -1,6 +1,6 @@
 // Searching, spans, tokenising, equality, case conversion and replacing: result and error tables,
 // block sharing of the case conversion, and a seeded differential run against std::string.
-#include "base/Str.h"
+#include "base/StrTestProbe.h"
 
 #include <gtest/gtest.h>
 
@@ -15,11 +15,8 @@
 
 namespace {
 
-const std::int32_t* Header(const Str& s) {
-    return reinterpret_cast<const std::int32_t*>(static_cast<const char*>(s)) - 4;
-}
 int RefCount(const Str& s) {
-    return Header(s)[0];
+    return strtest::Header(s).refCount;
 }
 
 constexpr int kNoError = 0;
@@ -38,10 +35,14 @@ int CodeOf(const std::function<void()>& f, std::string* text = nullptr) {
 
 // --- Character searches ------------------------------------------------------------------------
 
-enum class CharOp { Find, ReverseFind, FindNoCase, ReverseFindNoCase };
+using CharSearch = int (Str::*)(char, int) const;
+constexpr CharSearch kFind = &Str::Find;
+constexpr CharSearch kReverseFind = &Str::ReverseFind;
+constexpr CharSearch kFindNoCase = &Str::FindNoCase;
+constexpr CharSearch kReverseFindNoCase = &Str::ReverseFindNoCase;
 
 struct CharRow {
-    CharOp op;
+    CharSearch op;
     const char* text;
     char ch;
     int start;
@@ -50,29 +51,29 @@ struct CharRow {
 };
 
 const CharRow kCharRows[] = {
-    {CharOp::Find, "abc", 'c', 0, 2, kNoError},
-    {CharOp::Find, "abc", 'c', 3, -1, kNoError},
-    {CharOp::Find, "abc", 'c', 4, 0, Str::ecIndexRange},
-    {CharOp::Find, "abc", 'a', -1, 0, Str::ecIndexRange},
-    {CharOp::Find, "", 'x', 0, -1, kNoError},
-    {CharOp::Find, "", 'x', 1, 0, Str::ecIndexRange},
-    {CharOp::Find, "abcabc", 'b', 2, 4, kNoError},
-    {CharOp::Find, "abcabc", 'z', 0, -1, kNoError},
-    {CharOp::ReverseFind, "abc", 'c', 3, 0, Str::ecIndexRange},
-    {CharOp::ReverseFind, "abc", 'a', -1, 0, kNoError},
-    {CharOp::ReverseFind, "abcabc", 'b', -1, 4, kNoError},
-    {CharOp::ReverseFind, "abcabc", 'b', 3, 1, kNoError},
-    {CharOp::ReverseFind, "abcabc", 'b', 0, -1, kNoError},
-    {CharOp::ReverseFind, "abcabc", 'a', -2, -1, kNoError},
-    {CharOp::ReverseFind, "", 'a', -1, -1, kNoError},
-    {CharOp::ReverseFind, "", 'a', 0, 0, Str::ecIndexRange},
-    {CharOp::FindNoCase, "aBc", 'B', 0, 1, kNoError},
-    {CharOp::FindNoCase, "aBc", 'b', 0, 1, kNoError},
-    {CharOp::FindNoCase, "ABC", 'c', 3, -1, kNoError},
-    {CharOp::FindNoCase, "ABC", 'c', 4, 0, Str::ecIndexRange},
-    {CharOp::ReverseFindNoCase, "AbAb", 'a', -1, 2, kNoError},
-    {CharOp::ReverseFindNoCase, "AbAb", 'B', 2, 1, kNoError},
-    {CharOp::ReverseFindNoCase, "AbAb", 'a', 4, 0, Str::ecIndexRange},
+    {kFind, "abc", 'c', 0, 2, kNoError},
+    {kFind, "abc", 'c', 3, -1, kNoError},
+    {kFind, "abc", 'c', 4, 0, Str::ecIndexRange},
+    {kFind, "abc", 'a', -1, 0, Str::ecIndexRange},
+    {kFind, "", 'x', 0, -1, kNoError},
+    {kFind, "", 'x', 1, 0, Str::ecIndexRange},
+    {kFind, "abcabc", 'b', 2, 4, kNoError},
+    {kFind, "abcabc", 'z', 0, -1, kNoError},
+    {kReverseFind, "abc", 'c', 3, 0, Str::ecIndexRange},
+    {kReverseFind, "abc", 'a', -1, 0, kNoError},
+    {kReverseFind, "abcabc", 'b', -1, 4, kNoError},
+    {kReverseFind, "abcabc", 'b', 3, 1, kNoError},
+    {kReverseFind, "abcabc", 'b', 0, -1, kNoError},
+    {kReverseFind, "abcabc", 'a', -2, -1, kNoError},
+    {kReverseFind, "", 'a', -1, -1, kNoError},
+    {kReverseFind, "", 'a', 0, 0, Str::ecIndexRange},
+    {kFindNoCase, "aBc", 'B', 0, 1, kNoError},
+    {kFindNoCase, "aBc", 'b', 0, 1, kNoError},
+    {kFindNoCase, "ABC", 'c', 3, -1, kNoError},
+    {kFindNoCase, "ABC", 'c', 4, 0, Str::ecIndexRange},
+    {kReverseFindNoCase, "AbAb", 'a', -1, 2, kNoError},
+    {kReverseFindNoCase, "AbAb", 'B', 2, 1, kNoError},
+    {kReverseFindNoCase, "AbAb", 'a', 4, 0, Str::ecIndexRange},
 };
 
 TEST(StrSearch, CharacterSearchTable) {
@@ -80,23 +81,7 @@ TEST(StrSearch, CharacterSearchTable) {
         SCOPED_TRACE(std::string(r.text) + " / " + r.ch + " from " + std::to_string(r.start));
         const Str s(r.text);
         int got = 0;
-        const int error = CodeOf([&] {
-            switch (r.op) {
-            case CharOp::Find:
-                got = s.Find(r.ch, r.start);
-                break;
-            case CharOp::ReverseFind:
-                got = s.ReverseFind(r.ch, r.start);
-                break;
-            case CharOp::FindNoCase:
-                got = s.FindNoCase(r.ch, r.start);
-                break;
-            case CharOp::ReverseFindNoCase:
-                got = s.ReverseFindNoCase(r.ch, r.start);
-                break;
-            }
-        });
-        EXPECT_EQ(error, r.error);
+        EXPECT_EQ(CodeOf([&] { got = (s.*r.op)(r.ch, r.start); }), r.error);
         if (r.error == kNoError) {
             EXPECT_EQ(got, r.expected);
         }
