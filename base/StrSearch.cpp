@@ -83,8 +83,8 @@ bool PointsInto(const Str& s, const char* p) {
     return q >= b && q <= b + static_cast<std::uintptr_t>(SBlock::of(text)->capacity);
 }
 
-// True when a zero byte lies in [from, to): the text searches end at the first zero byte, so a
-// match beyond one does not count.
+// True when a zero byte lies in [from, to): a text search ends at the first zero byte after its
+// start, so a match beyond one does not count.
 bool SearchedTextEnd(const char* from, const char* to) {
     return std::memchr(from, 0, static_cast<std::size_t>(to - from)) != nullptr;
 }
@@ -95,11 +95,11 @@ bool SearchedTextEnd(const char* from, const char* to) {
 // bytes that lower to it (usually one letter in both cases), each found with memchr, and the
 // rest is compared through the case table.
 long FindLowered(const char* text, long len, const char* needle, std::size_t m, long start) {
-    const CaseMap map;
+    const CaseMap lower(false);
     char firsts[2];
     int nFirsts = 0;
     for (int c = 1; c < 256 && nFirsts <= 2; ++c) {
-        if (map.Lower(static_cast<unsigned char>(c)) == U(needle[0])) {
+        if (lower(static_cast<unsigned char>(c)) == U(needle[0])) {
             if (nFirsts < 2)
                 firsts[nFirsts] = static_cast<char>(c);
             ++nFirsts;
@@ -122,14 +122,14 @@ long FindLowered(const char* text, long len, const char* needle, std::size_t m, 
             }
         } else {
             for (long j = i; j <= last && at == LONG_MAX; ++j)
-                if (map.Lower(U(text[j])) == U(needle[0]))
+                if (lower(U(text[j])) == U(needle[0]))
                     at = j;
         }
         if (at == LONG_MAX)
             return -1;
         const char* p = text + at;
         std::size_t j = 1;
-        while (j < m && map.Lower(U(p[j])) == U(needle[j]))
+        while (j < m && lower(U(p[j])) == U(needle[j]))
             ++j;
         if (j == m)
             return SearchedTextEnd(text + start, p) ? -1 : at;
