@@ -13,5 +13,7 @@ platform::PreferencePane* bkgcolors_pane_create() {
     }
 }
 
-void bkgcolors_pane_destroy(platform::PreferencePane* pane) { delete pane; }
+void bkgcolors_pane_destroy(platform::PreferencePane* pane) {
+    delete pane;
+}
 }

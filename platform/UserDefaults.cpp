@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <exception>
 #include <fcntl.h>
 #include <pwd.h>
 #include <set>
@@ -58,6 +59,8 @@ bool BinaryShapeIsSafe(const unsigned char* data, std::size_t size) {
         std::size_t first = 0; // byte position of the first reference
         std::uint64_t refs = 0;
     };
+    // Finds the references of a container and checks the characters of a text: the library
+    // asserts that a text holds no NUL and converts UTF-16 assuming its surrogates pair up.
     auto childrenOf = [&](std::uint64_t object, Children& out) {
         std::uint64_t offset = BigEndian(data + table + object * offsetSize, offsetSize);
         if (offset < kHeader || offset >= table)
@@ -65,7 +68,7 @@ bool BinaryShapeIsSafe(const unsigned char* data, std::size_t size) {
         unsigned marker = data[offset];
         unsigned type = marker >> 4;
         out = Children();
-        if (type != 0xA && type != 0xC && type != 0xD)
+        if (type != 0x5 && type != 0x6 && type != 0xA && type != 0xC && type != 0xD)
             return true;
         std::uint64_t length = marker & 0xF;
         std::size_t pos = offset + 1;
@@ -78,8 +81,32 @@ bool BinaryShapeIsSafe(const unsigned char* data, std::size_t size) {
             length = BigEndian(data + pos + 1, width);
             pos += 1 + width;
         }
+        if (length > table)
+            return false;
+        if (type == 0x5) {
+            if (length > table - pos)
+                return false;
+            for (std::size_t i = 0; i < length; ++i)
+                if (data[pos + i] == 0 || data[pos + i] >= 0x80)
+                    return false;
+            return true;
+        }
+        if (type == 0x6) {
+            if (length > (table - pos) / 2)
+                return false;
+            bool expectLow = false;
+            for (std::size_t i = 0; i < length; ++i) {
+                unsigned unit = static_cast<unsigned>(BigEndian(data + pos + 2 * i, 2));
+                bool high = unit >= 0xD800 && unit <= 0xDBFF;
+                bool low = unit >= 0xDC00 && unit <= 0xDFFF;
+                if (unit == 0 || low != expectLow || (expectLow && high))
+                    return false;
+                expectLow = high;
+            }
+            return !expectLow;
+        }
         std::uint64_t refs = type == 0xD ? length * 2 : length;
-        if (length > table || refs > (table - pos) / refSize)
+        if (refs > (table - pos) / refSize)
             return false;
         out.first = pos;
         out.refs = refs;
@@ -172,16 +199,23 @@ bool IsPlatformText(const std::string& text) {
     return text.find('\0') == std::string::npos && isValidUTF8(text);
 }
 
+// The text of a string node when it is one the platform can hold: UTF-8 without NUL bytes.
+std::optional<std::string> TextOf(plist_t node) {
+    std::uint64_t length = 0;
+    const char* text = plist_get_string_ptr(node, &length);
+    if (!text)
+        return std::nullopt;
+    std::string value(text, length);
+    if (!IsPlatformText(value))
+        return std::nullopt;
+    return value;
+}
+
 // Every key and text in the tree must be UTF-8: the library's writer walks texts assuming it.
 bool TextsAreValid(plist_t node) {
     switch (plist_get_node_type(node)) {
-    case PLIST_STRING: {
-        char* text = nullptr;
-        plist_get_string_val(node, &text);
-        bool ok = text && isValidUTF8(text);
-        std::free(text);
-        return ok;
-    }
+    case PLIST_STRING:
+        return TextOf(node).has_value();
     case PLIST_ARRAY:
         for (std::uint32_t i = 0, n = plist_array_get_size(node); i < n; ++i)
             if (!TextsAreValid(plist_array_get_item(node, i)))
@@ -241,13 +275,10 @@ std::optional<UserDefaults::Object> Interpret(plist_t node) {
         return std::nullopt;
     switch (plist_get_node_type(node)) {
     case PLIST_STRING: {
-        char* text = nullptr;
-        plist_get_string_val(node, &text);
+        auto text = TextOf(node);
         if (!text)
             return std::nullopt;
-        std::string value(text);
-        std::free(text);
-        return UserDefaults::Object(std::move(value));
+        return UserDefaults::Object(std::move(*text));
     }
     case PLIST_UINT: {
         std::uint64_t value = 0;
@@ -256,12 +287,10 @@ std::optional<UserDefaults::Object> Interpret(plist_t node) {
         return UserDefaults::Object(static_cast<std::int32_t>(static_cast<std::uint32_t>(value)));
     }
     case PLIST_DATA: {
-        char* bytes = nullptr;
         std::uint64_t length = 0;
-        plist_get_data_val(node, &bytes, &length);
-        UserDefaults::Bytes value(bytes, bytes + (bytes ? length : 0));
-        std::free(bytes);
-        return UserDefaults::Object(std::move(value));
+        const auto* bytes =
+            reinterpret_cast<const unsigned char*>(plist_get_data_ptr(node, &length));
+        return UserDefaults::Object(UserDefaults::Bytes(bytes, bytes + (bytes ? length : 0)));
     }
     default:
         return std::nullopt;
@@ -458,8 +487,15 @@ UserDefaults::UserDefaults(std::string path) : path_(std::move(path)) {
 }
 
 UserDefaults::~UserDefaults() {
-    if (!pending_.empty())
+    if (pending_.empty())
+        return;
+    // A destructor must not throw; running out of memory here loses only the unsaved changes.
+    try {
         synchronize();
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "bkgcolors: cannot save defaults to %s: %s\n", path_.c_str(),
+                     e.what());
+    }
 }
 
 bool UserDefaults::setObject(const std::optional<Object>& value, const std::string& key) {
@@ -654,8 +690,11 @@ bool UserDefaults::write(void* dict) {
         report("cannot encode defaults for " + path_);
         return false;
     }
-    std::string temporary = path_ + ".XXXXXX";
-    int fd = mkostemp(temporary.data(), O_CLOEXEC);
+    // Only the holder of the lock writes, so one fixed temporary name suffices; a writer that was
+    // killed mid-write leaves it behind, and the next writer replaces it instead of adding another.
+    std::string temporary = path_ + ".tmp";
+    ::unlink(temporary.c_str());
+    int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600);
     bool ok = fd >= 0;
     ok = ok && WriteAll(fd, encoded, length);
     ok = ok && fsync(fd) == 0;

@@ -145,10 +145,8 @@ int main(int argc, char** argv) {
         UserDefaults::setStandardPath(args[at + 1]);
         at += 2;
     }
-    if (at >= args.size()) {
-        std::fputs(kUsage, stderr);
-        return 2;
-    }
+    if (at >= args.size())
+        Fail("missing verb: read, write or delete (try --help)");
     std::string verb = args[at++];
     if (verb.size() > 1 && verb[0] == '-')
         Fail("unknown option " + verb + " (try --help)");

@@ -1,0 +1,93 @@
+// Differential test of synchronisation: random changes and synchronisations of three stores on one
+// file, compared after every step with a model of the merge rule.
+
+#include "platform/UserDefaults.h"
+
+#include "support/TempFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <random>
+#include <string>
+
+using platform::UserDefaults;
+using Object = UserDefaults::Object;
+
+namespace {
+
+// A store as the merge rule sees it: what it last read from the file, and its own changes since.
+struct ModelStore {
+    std::map<std::string, Object> view;
+    std::map<std::string, std::optional<Object>> pending;
+
+    std::optional<Object> read(const std::string& key) const {
+        if (auto change = pending.find(key); change != pending.end())
+            return change->second;
+        if (auto found = view.find(key); found != view.end())
+            return found->second;
+        return std::nullopt;
+    }
+    void synchronize(std::map<std::string, Object>& file) {
+        for (const auto& [key, value] : pending) {
+            if (value)
+                file[key] = *value;
+            else
+                file.erase(key);
+        }
+        pending.clear();
+        view = file;
+    }
+};
+
+TEST(UserDefaultsMerge, RandomChangesOfThreeStoresFollowTheMergeRule) {
+    const unsigned seed = std::random_device{}();
+    std::mt19937 random(seed);
+    TempFolder folder;
+    const std::string file = folder / "store.plist";
+    const std::string keys[] = {"a", "b", "c", "d", "e"};
+
+    std::map<std::string, Object> modelFile;
+    ModelStore models[3];
+    std::unique_ptr<UserDefaults> stores[3];
+    for (auto& store : stores)
+        store = std::make_unique<UserDefaults>(file);
+
+    auto randomValue = [&]() -> Object {
+        unsigned kind = random() % 3, size = random() % 3;
+        char c = static_cast<char>('x' + random() % 3);
+        if (kind == 0)
+            return std::string(1 + size, c);
+        return kind == 1 ? Object(static_cast<std::int32_t>(size) - 1)
+                         : Object(UserDefaults::Bytes(size, static_cast<unsigned char>(c)));
+    };
+
+    for (int step = 0; step < 400; ++step) {
+        int which = static_cast<int>(random() % 3);
+        const std::string& key = keys[random() % 5];
+        const unsigned action = random() % 6;
+        if (action < 3) { // set twice as often as remove
+            std::optional<Object> value;
+            if (action < 2)
+                value = randomValue();
+            stores[which]->setObject(value, key);
+            models[which].pending[key] = value;
+        } else if (action < 5) {
+            ASSERT_TRUE(stores[which]->synchronize()) << "seed " << seed;
+            models[which].synchronize(modelFile);
+        } else { // a process ends (its changes are written) and another starts
+            stores[which].reset();
+            models[which].synchronize(modelFile);
+            stores[which] = std::make_unique<UserDefaults>(file);
+            models[which] = ModelStore{modelFile, {}};
+        }
+        for (int s = 0; s < 3; ++s)
+            for (const std::string& k : keys)
+                ASSERT_EQ(stores[s]->objectForKey(k), models[s].read(k))
+                    << "seed " << seed << ", step " << step << ", store " << s << ", key " << k;
+    }
+}
+
+} // namespace

@@ -1,0 +1,152 @@
+// End-to-end tests of the two programs: the host loads the real pane module and both programs
+// work on a temporary defaults file.
+
+#include "support/TempFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <string>
+#include <sys/wait.h>
+#include <vector>
+
+namespace {
+
+struct Outcome {
+    int status; // -1 when the program did not exit by itself
+    std::string out, err;
+};
+
+std::string Quote(const std::string& arg) {
+    std::string quoted = "'";
+    for (char c : arg)
+        quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return quoted + "'";
+}
+
+std::string Environment(const char* name) {
+    const char* value = std::getenv(name);
+    return value ? value : "";
+}
+
+class ProgramsTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        if (Environment("BKGCOLORS_BIN").empty() || Environment("BKGCOLORS_PLUGIN").empty())
+            GTEST_SKIP() << "BKGCOLORS_BIN and BKGCOLORS_PLUGIN are set by ctest";
+    }
+
+    Outcome Program(const std::string& name, const std::vector<std::string>& args) {
+        std::string command = Quote(Environment("BKGCOLORS_BIN") + "/" + name);
+        for (const auto& arg : args)
+            command += " " + Quote(arg);
+        command += " >" + Quote(folder / "out") + " 2>" + Quote(folder / "err");
+        int raw = std::system(command.c_str());
+        return {raw != -1 && WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, ReadBytes(folder / "out"),
+                ReadBytes(folder / "err")};
+    }
+    Outcome Host(std::vector<std::string> args) {
+        args.insert(args.begin(),
+                    {"--plugin", Environment("BKGCOLORS_PLUGIN"), "--defaults", store});
+        return Program("bkgcolors-pane", args);
+    }
+    Outcome Defaults(std::vector<std::string> args) {
+        args.insert(args.begin(), {"--defaults", store});
+        return Program("bkgcolors-defaults", args);
+    }
+
+    TempFolder folder;
+    std::string store = folder / "defaults.plist";
+};
+
+int Lines(const std::string& text) {
+    return static_cast<int>(std::count(text.begin(), text.end(), '\n'));
+}
+
+TEST_F(ProgramsTest, HostShowsTheDefaultThenStoresTheChosenColourAsOnePackedInteger) {
+    Outcome run = Host({});
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.out, "currentColorWell #E6E6E6 0.9019608 0.9019608 0.9019608 1\n"
+                       "newColorWell #E6E6E6 0.9019608 0.9019608 0.9019608 1\n");
+    EXPECT_EQ(run.err, "");
+    EXPECT_FALSE(std::filesystem::exists(store)) << "showing writes nothing";
+    const struct {
+        std::vector<std::string> colour;
+        const char* stored;
+        const char* shown;
+    } rows[] = {
+        {{"#123456"}, "5649426", "#123456"}, // 0x563412: red in the lowest byte
+        {{"0.5,1,0"}, "65407", "#7FFF00"},   // 0.5 truncates to 127
+        {{"0,0,1,0.25"}, "16711680", "#0000FF"},
+        {{"--white", "0.5"}, "8355711", "#7F7F7F"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(Host(row.colour).status, 0) << row.colour[0];
+        EXPECT_EQ(Defaults({"read", "BkgColorsSelectedColor"}).out, row.stored + std::string("\n"));
+        Outcome show = Host({});
+        EXPECT_EQ(show.out.substr(0, 24), "currentColorWell " + std::string(row.shown));
+        EXPECT_NE(show.out.find(" 1\nnewColorWell " + std::string(row.shown)), std::string::npos)
+            << "shown opaque in both wells: " << show.out;
+    }
+    EXPECT_EQ(Defaults({"delete", "BkgColorsSelectedColor"}).status, 0);
+    Outcome absent = Defaults({"read", "BkgColorsSelectedColor"});
+    EXPECT_EQ(absent.status, 1);
+    EXPECT_EQ(Lines(absent.err), 1) << absent.err;
+    EXPECT_EQ(Host({}).out.substr(0, 24), "currentColorWell #E6E6E6") << "the default again";
+}
+
+// Every bad invocation: status 2, one line on stderr, the store's bytes unchanged, no crash.
+TEST_F(ProgramsTest, BadInvocationsFailCleanlyAndLeaveTheStoreAlone) {
+    ASSERT_EQ(Defaults({"write", "BkgColorsSelectedColor", "-int", "42"}).status, 0);
+    const std::string before = ReadBytes(store);
+    WriteBytes(folder / "blocker", "a file where a folder should be");
+    const std::string blocked = folder / "blocker/defaults.plist";
+    const std::string plugin = Environment("BKGCOLORS_PLUGIN");
+
+    const struct {
+        const char* program;
+        std::vector<std::string> args;
+        bool withStore; // the row gets --defaults with the test's store (and the host its plug-in)
+    } rows[] = {
+        {"bkgcolors-pane", {"--bogus"}, true},
+        {"bkgcolors-pane", {"1.5,0,0"}, true},
+        {"bkgcolors-pane", {"nan,0,0"}, true},
+        {"bkgcolors-pane", {"abc"}, true},
+        {"bkgcolors-pane", {"#112233", "#445566"}, true},
+        {"bkgcolors-pane", {"--white", "2"}, true},
+        {"bkgcolors-pane",
+         {"--plugin", "/nonexistent/pane.so", "--defaults", "STORE", "#112233"},
+         false},
+        {"bkgcolors-pane", {"--plugin", "STORE", "--defaults", "STORE", "#112233"}, false},
+        {"bkgcolors-pane", {"--plugin", "PLUGIN", "--defaults", blocked, "#112233"}, false},
+        {"bkgcolors-pane", {"--plugin", "PLUGIN", "--defaults"}, false},
+        {"bkgcolors-defaults", {}, true},
+        {"bkgcolors-defaults", {"frobnicate"}, true},
+        {"bkgcolors-defaults", {"write", "BkgColorsSelectedColor"}, true},
+        {"bkgcolors-defaults", {"write", "BkgColorsSelectedColor", "-int", "2147483648"}, true},
+        {"bkgcolors-defaults", {"write", "BkgColorsSelectedColor", "-data", "abc"}, true},
+        {"bkgcolors-defaults", {"write", "BkgColorsSelectedColor", "-float", "1"}, true},
+        {"bkgcolors-defaults", {"write", "BkgColorsSelectedColor", "-string", "\xFF"}, true},
+        {"bkgcolors-defaults", {"write", "\xC3", "-int", "1"}, true},
+        {"bkgcolors-defaults", {"--defaults"}, false},
+        {"bkgcolors-defaults", {"--defaults", blocked, "write", "k", "-int", "1"}, false},
+    };
+    for (const auto& row : rows) {
+        std::vector<std::string> args;
+        std::string shown = row.program;
+        for (const std::string& arg : row.args) {
+            args.push_back(arg == "STORE" ? store : arg == "PLUGIN" ? plugin : arg);
+            shown += " " + arg;
+        }
+        Outcome run = !row.withStore                                 ? Program(row.program, args)
+                      : std::string(row.program) == "bkgcolors-pane" ? Host(args)
+                                                                     : Defaults(args);
+        EXPECT_EQ(run.status, 2) << shown;
+        EXPECT_EQ(Lines(run.err), 1) << shown << "\n" << run.err;
+        EXPECT_EQ(ReadBytes(store), before) << shown;
+    }
+    EXPECT_EQ(ReadBytes(folder / "blocker"), "a file where a folder should be");
+}
+
+} // namespace
