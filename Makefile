@@ -34,9 +34,22 @@ test: deps
 	cd $(BUILD_TEST) && ASAN_OPTIONS=detect_leaks=1:abort_on_error=0 UBSAN_OPTIONS=print_stacktrace=1 \
 		ctest --output-on-failure -j$(JOBS)
 
+# Benchmarks: every program runs BENCH_REPS times (the report takes medians, since the machine may
+# be busy), keeps its JSON in the build folder, and scripts/bench-report sets library and peer side
+# by side.
+BENCH_PROGRAMS := $(basename $(notdir $(wildcard bench/*.cpp)))
+BENCH_REPS     ?= 3
+
 bench: deps
 	$(CMAKE) -S . -B $(BUILD_BENCH) -DCMAKE_BUILD_TYPE=Release -DBKGCOLORS_TESTS=OFF -DBKGCOLORS_BENCH=ON
-	$(CMAKE) --build $(BUILD_BENCH) -j$(JOBS)
+	$(CMAKE) --build $(BUILD_BENCH) -j$(JOBS) --target $(BENCH_PROGRAMS)
+	@for b in $(BENCH_PROGRAMS); do \
+		echo "$$b"; \
+		$(BUILD_BENCH)/bin/$$b --benchmark_repetitions=$(BENCH_REPS) \
+			--benchmark_out=$(BUILD_BENCH)/$$b.json --benchmark_out_format=json || exit 1; \
+	done
+	@echo
+	@./scripts/bench-report $(addprefix $(BUILD_BENCH)/,$(addsuffix .json,$(BENCH_PROGRAMS)))
 
 # Fuzzing: every target runs for FUZZ_SECONDS on a scratch copy of its seed corpus, so the corpus in
 # the tree only changes when someone copies a finding into it.

@@ -287,21 +287,26 @@ void BFilename::SetPath(char const* path) {
     const std::size_t n = std::strlen(path);
     if (n == 0 || n > kMaxPath)
         return;
-    std::vector<char> work(path, path + n + 1);
-    PathForOS(work.data());
-    const char* split = std::strrchr(work.data(), m_OSDelimiter);
+    // The working copy lives on the stack, and the delimiters are converted in it directly rather
+    // than through PathForOS, whose returned copy nothing here would use.
+    char work[kMaxPath + 1];
+    std::memcpy(work, path, n + 1);
+    ReplaceChar(work, m_MACDelimiter, m_OSDelimiter);
+    ReplaceChar(work, m_WINDelimiter, m_OSDelimiter);
+    const char* split = std::strrchr(work, m_OSDelimiter);
     Str directory;
     if (split == nullptr) {
-        m_FileName = StripIllegals(work.data());
+        m_FileName = StripIllegals(work);
     } else {
-        directory = Slice(work.data(), split - work.data() + 1);
+        directory = Slice(work, split - work + 1);
         m_FileName = StripIllegals(split + 1);
     }
     if (IsA("zip")) {
         m_ZipName = m_FileName;
         m_FileName.Reset();
     }
-    m_Directory = VerifyBackslash(directory);
+    // A directory that already ends with a delimiter is what VerifyBackslash would copy.
+    m_Directory = EndsWithDelimiter(directory) ? directory : VerifyBackslash(directory);
 }
 
 void BFilename::ReplaceChar(char* text, char from, char to) const {
@@ -341,15 +346,13 @@ Str BFilename::StripIllegals(char const* text) const {
     Str s;
     if (text == nullptr)
         return s;
-    const char* run = text;
-    for (const char* p = text;; ++p) {
-        if (*p == 0 || std::strchr("\\/:*?<>|", *p) != nullptr) {
-            if (p > run)
-                s.AppendChars(run, static_cast<int>(p - run));
-            if (*p == 0)
-                break;
-            run = p + 1;
-        }
+    for (const char* run = text;; ++run) {
+        const std::size_t n = std::strcspn(run, "\\/:*?<>|");
+        if (n > 0)
+            s.AppendChars(run, static_cast<int>(n));
+        run += n;
+        if (*run == 0)
+            break;
     }
     return s;
 }

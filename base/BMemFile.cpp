@@ -9,7 +9,8 @@
 #include <new>
 
 BMemFile::BMemFile()
-    : m_capacity(0), m_length(0), m_growBy(kDefaultGrowBy), m_position(0), m_buffer(nullptr) {}
+    : m_capacity(0), m_length(0), m_growBy(kDefaultGrowBy), m_position(0), m_buffer(nullptr),
+      m_allocated(0) {}
 
 BMemFile::BMemFile(const unsigned char* bytes, unsigned int n) : BMemFile() {
     if (bytes == nullptr || n == 0)
@@ -18,6 +19,7 @@ BMemFile::BMemFile(const unsigned char* bytes, unsigned int n) : BMemFile() {
     std::memcpy(m_buffer, bytes, n);
     m_capacity = n;
     m_length = n;
+    m_allocated = n;
 }
 
 BMemFile::~BMemFile() {
@@ -93,6 +95,7 @@ unsigned int BMemFile::SetLength(unsigned int n) {
         delete[] m_buffer;
         m_buffer = nullptr;
         m_capacity = 0;
+        m_allocated = 0;
         m_length = 0;
         m_position = 0;
         return 0;
@@ -105,6 +108,7 @@ unsigned int BMemFile::SetLength(unsigned int n) {
     delete[] m_buffer;
     m_buffer = fresh;
     m_capacity = n;
+    m_allocated = n;
     m_length = n;
     m_position = std::min(m_position, m_length);
     return n;
@@ -156,7 +160,7 @@ int BMemFile::Write(const void* lpBuf, unsigned int n) {
         unsigned int shortfall = n - room;
         std::uint64_t wanted = std::uint64_t{m_capacity} + std::max(shortfall, m_growBy);
         if (wanted <= std::numeric_limits<unsigned int>::max())
-            SetLength(static_cast<unsigned int>(wanted));
+            GrowForWrite(static_cast<unsigned int>(wanted));
         if (m_capacity - m_position < n)
             B_ASSERT(0);
         m_length = m_position + n;
@@ -169,6 +173,32 @@ int BMemFile::Write(const void* lpBuf, unsigned int n) {
     return static_cast<int>(n);
 }
 
+void BMemFile::GrowForWrite(unsigned int n) {
+    if (n <= m_allocated) {
+        m_capacity = n;
+        return;
+    }
+    // Doubling the allocation keeps the copies of a long run of writes linear in total, whatever
+    // the grow-by; the reserve is only an allocation detail and never shows in the capacity.
+    const std::uint64_t doubled = std::uint64_t{m_allocated} * 2;
+    unsigned int size = static_cast<unsigned int>(std::min<std::uint64_t>(
+        std::max<std::uint64_t>(n, doubled), std::numeric_limits<unsigned int>::max()));
+    unsigned char* fresh = new (std::nothrow) unsigned char[size];
+    if (fresh == nullptr && size > n) {
+        size = n;
+        fresh = new (std::nothrow) unsigned char[size];
+    }
+    if (fresh == nullptr)
+        return;
+    if (m_buffer != nullptr)
+        std::memcpy(fresh, m_buffer, m_capacity);
+    std::memset(fresh + m_capacity, 0, size - m_capacity);
+    delete[] m_buffer;
+    m_buffer = fresh;
+    m_capacity = n;
+    m_allocated = size;
+}
+
 int BMemFile::ReadLittleEndian(unsigned int width, unsigned int& bits) {
     unsigned char bytes[4] = {0, 0, 0, 0};
     int count = static_cast<int>(Read(bytes, width));
@@ -178,7 +208,7 @@ int BMemFile::ReadLittleEndian(unsigned int width, unsigned int& bits) {
     return count;
 }
 
-int BMemFile::WriteLittleEndian(unsigned int width, unsigned int bits) {
+int BMemFile::WriteGrowing(unsigned int width, unsigned int bits) {
     unsigned char bytes[4];
     for (unsigned int i = 0; i < width; ++i)
         bytes[i] = static_cast<unsigned char>(bits >> (8 * i));
@@ -227,32 +257,17 @@ int BMemFile::Read(unsigned short& value) {
     return count;
 }
 
-int BMemFile::Write(unsigned int value) {
-    return WriteLittleEndian(4, value);
-}
-
-int BMemFile::Write(int value) {
-    return WriteLittleEndian(4, static_cast<unsigned int>(value));
-}
-
 int BMemFile::Write(float value) {
     unsigned int bits;
     std::memcpy(&bits, &value, 4);
     return WriteLittleEndian(4, bits);
 }
 
-int BMemFile::Write(short value) {
-    return WriteLittleEndian(2, static_cast<unsigned short>(value));
-}
-
-int BMemFile::Write(unsigned short value) {
-    return WriteLittleEndian(2, value);
-}
-
 unsigned char* BMemFile::Detach() {
     unsigned char* buffer = m_buffer;
     m_buffer = nullptr;
     m_capacity = 0;
+    m_allocated = 0;
     m_length = 0;
     m_position = 0;
     m_growBy = kDefaultGrowBy;
@@ -265,6 +280,7 @@ void BMemFile::Attach(unsigned char* buffer, int n) {
         delete[] m_buffer;
     m_buffer = buffer;
     m_capacity = n < 0 ? 0 : static_cast<unsigned int>(n);
+    m_allocated = m_capacity;
     m_length = m_capacity;
     m_position = 0;
 }

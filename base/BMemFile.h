@@ -4,7 +4,9 @@
 // Memory: the file owns m_buffer, allocated with `new unsigned char[]`. Attach takes over a
 // caller's buffer of that kind and Detach hands the buffer out; neither copies.
 // Invariant: m_position <= m_length <= m_capacity, and m_buffer holds m_capacity bytes. Bytes
-// gained by growth are zero.
+// gained by growth are zero. A growing write may allocate more than it reports as capacity (the
+// reserve, kept zero): later growth within it costs no copy, so a long run of small writes costs
+// amortised constant time per byte while the capacity still grows by the grow-by.
 // Through its base a memory file is also a serialisable object: its data holds the memory-file
 // record written by Set() (property list, file name item, 4-byte content length, content), and its
 // property list is where tag-table records find their tables ("GlobalMetaTable" when writing,
@@ -71,11 +73,11 @@ public:
     // buffer by at least the grow-by when it runs out, and advances the position. Returns n.
     int Write(const void* lpBuf, unsigned int n);
     // Typed writes of the 4- or 2-byte little-endian image. Return the width.
-    int Write(unsigned int value);
-    int Write(int value);
+    int Write(unsigned int value) { return WriteLittleEndian(4, value); }
+    int Write(int value) { return WriteLittleEndian(4, static_cast<unsigned int>(value)); }
     int Write(float value);
-    int Write(short value);
-    int Write(unsigned short value);
+    int Write(short value) { return WriteLittleEndian(2, static_cast<unsigned short>(value)); }
+    int Write(unsigned short value) { return WriteLittleEndian(2, value); }
 
     // Hands the buffer (null if none) to the caller, who releases it with delete[]; the file
     // becomes empty and grow-by returns to 4096.
@@ -94,6 +96,24 @@ public:
     BFilename m_filename;
 
 private:
+    // Bytes allocated in m_buffer: m_capacity, or more when a growing write left a reserve.
+    unsigned int m_allocated;
+
     int ReadLittleEndian(unsigned int width, unsigned int& bits);
-    int WriteLittleEndian(unsigned int width, unsigned int bits);
+    // Inline while the bytes fit in the capacity, the common case of a run of scalar writes;
+    // otherwise the growing byte write.
+    int WriteLittleEndian(unsigned int width, unsigned int bits) {
+        if (m_capacity - m_position < width)
+            return WriteGrowing(width, bits);
+        unsigned char* p = m_buffer + m_position;
+        for (unsigned int i = 0; i < width; ++i)
+            p[i] = static_cast<unsigned char>(bits >> (8 * i));
+        m_position += width;
+        if (m_position > m_length)
+            m_length = m_position;
+        return static_cast<int>(width);
+    }
+    int WriteGrowing(unsigned int width, unsigned int bits);
+    // Raises the capacity to n (> m_capacity) for a write, from the reserve when it suffices.
+    void GrowForWrite(unsigned int n);
 };

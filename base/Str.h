@@ -233,7 +233,15 @@ public:
     Str& operator+=(const wchar_t* s);
     // Appends the whole of s, embedded zeros included.
     Str& operator+=(const Str& s);
-    Str& AppendChar(char ch);
+    // Inline while the string is the sole holder of a block with room; otherwise AppendCharGrow.
+    Str& AppendChar(char ch) {
+        StrImplementation::SBlock* b = Block();
+        if (b->refCount != 1 || b->length >= b->capacity)
+            return AppendCharGrow(ch);
+        dptr[b->length] = ch;
+        dptr[++b->length] = 0;
+        return *this;
+    }
     Str& AppendChar(wchar_t ch);
     // Appends '/' unless the string is empty or already ends in '/'.
     Str& EndInSlash();
@@ -383,6 +391,8 @@ private:
             li_spawn(grows ? capacity : b->capacity, keep, &held);
     }
     void GrowUnshared(int capacity, StrImplementation::syncstr& held);
+    // AppendChar when the block is shared, is the empty block or is full.
+    Str& AppendCharGrow(char ch);
     static void ReleaseHeld(StrImplementation::syncstr& held) noexcept {
         if (held.block && --held.block->refCount == 0)
             StrImplementation::STR_rls_block_realrelease(held.block);

@@ -111,7 +111,7 @@ Str& Str::operator+=(const Str& s) {
     return *this;
 }
 
-Str& Str::AppendChar(char ch) {
+Str& Str::AppendCharGrow(char ch) {
     const int len = Block()->length;
     const int newLen = TotalLength(len, 1);
     syncstr held;

@@ -13,6 +13,8 @@
 #include <cstring>
 #include <cwchar>
 #include <new>
+#include <string>
+#include <vector>
 
 using StrImplementation::SBlock;
 
@@ -79,6 +81,61 @@ bool PointsInto(const Str& s, const char* p) {
     auto b = reinterpret_cast<std::uintptr_t>(text);
     auto q = reinterpret_cast<std::uintptr_t>(p);
     return q >= b && q <= b + static_cast<std::uintptr_t>(SBlock::of(text)->capacity);
+}
+
+// True when a zero byte lies in [from, to): a text search ends at the first zero byte after its
+// start, so a match beyond one does not count.
+bool SearchedTextEnd(const char* from, const char* to) {
+    return std::memchr(from, 0, static_cast<std::size_t>(to - from)) != nullptr;
+}
+
+// Where the lower-case copy of the text would hold the lower-case needle (m > 0 bytes), searching
+// from start, which lies in the text's first zero-free run: the first match at or after start and
+// before the next zero byte, or -1. Found in place: candidates for the first character are the
+// bytes that lower to it (usually one letter in both cases), each found with memchr, and the
+// rest is compared through the case table.
+long FindLowered(const char* text, long len, const char* needle, std::size_t m, long start) {
+    const CaseMap lower(false);
+    char firsts[2];
+    int nFirsts = 0;
+    for (int c = 1; c < 256 && nFirsts <= 2; ++c) {
+        if (lower(static_cast<unsigned char>(c)) == U(needle[0])) {
+            if (nFirsts < 2)
+                firsts[nFirsts] = static_cast<char>(c);
+            ++nFirsts;
+        }
+    }
+    const long last = len - static_cast<long>(m);
+    // Offset of the next candidate of each first byte: below the scan position it is out of date,
+    // LONG_MAX means there is none left.
+    long nextAt[2] = {-1, -1};
+    for (long i = start; i <= last;) {
+        long at = LONG_MAX;
+        if (nFirsts <= 2) {
+            for (int k = 0; k < nFirsts; ++k) {
+                if (nextAt[k] < i) {
+                    const void* hit =
+                        std::memchr(text + i, firsts[k], static_cast<std::size_t>(last - i) + 1);
+                    nextAt[k] = hit ? static_cast<const char*>(hit) - text : LONG_MAX;
+                }
+                at = nextAt[k] < at ? nextAt[k] : at;
+            }
+        } else {
+            for (long j = i; j <= last && at == LONG_MAX; ++j)
+                if (lower(U(text[j])) == U(needle[0]))
+                    at = j;
+        }
+        if (at == LONG_MAX)
+            return -1;
+        const char* p = text + at;
+        std::size_t j = 1;
+        while (j < m && lower(U(p[j])) == U(needle[j]))
+            ++j;
+        if (j == m)
+            return SearchedTextEnd(text + start, p) ? -1 : at;
+        i = at + 1;
+    }
+    return -1;
 }
 
 // Whole-text number check: the parse must have consumed every character of the text.
@@ -191,16 +248,66 @@ int STR_ReplaceCore(Str& str, const char* find, const char* repl, signed char no
     }
     const int m = static_cast<int>(std::strlen(find));
     const int r = static_cast<int>(std::strlen(repl));
-    int from = 0, replaced = 0;
-    while (from <= str.GetLength() - m) {
-        const int found = nocase ? str.FindNoCase(find, from) : str.Find(find, from);
+    // Each search resumes right after the text just put in, so the matches are exactly the
+    // non-overlapping ones of the original text, left to right: find them all first, then move
+    // every byte once instead of once per replacement.
+    std::string lowFind;
+    if (nocase) {
+        lowFind = find;
+        STR_ToLower(lowFind.data(), static_cast<unsigned int>(m));
+    }
+    std::vector<int> at;
+    for (int from = 0; from <= str.GetLength() - m;) {
+        // Every search starts inside the first zero-free run, where the no-case search needs no
+        // lower-case copy of the text.
+        const int found = nocase
+                              ? static_cast<int>(FindLowered(str, str.GetLength(), lowFind.c_str(),
+                                                             static_cast<std::size_t>(m), from))
+                              : str.Find(find, from);
         if (found < 0)
             break;
-        from = found + r;
-        str.ReplaceAt(found, m, repl);
-        ++replaced;
+        at.push_back(found);
+        from = found + m;
     }
-    return replaced;
+    if (at.empty())
+        return 0;
+    const long long len = str.GetLength();
+    const long long total = len + static_cast<long long>(at.size()) * (r - m);
+    if (total > INT_MAX)
+        throw std::bad_alloc();
+    const int newLen = static_cast<int>(total);
+    if (r > m) {
+        // The capacity replacing one match at a time ends with: the block's own while the result
+        // fits in it, else the result's length rounded up.
+        const int capacity = SBlock::of(str)->capacity;
+        str.Preallocate(newLen <= capacity ? capacity : newLen);
+    }
+    char* text = str.GetBuffer();
+    if (r <= m) {
+        // Shrinking or equal: front to back, the write position never passes the read position.
+        int out = at[0];
+        for (std::size_t k = 0; k < at.size(); ++k) {
+            std::memcpy(text + out, repl, static_cast<std::size_t>(r));
+            out += r;
+            const int in = at[k] + m;
+            const int end = k + 1 < at.size() ? at[k + 1] : static_cast<int>(len);
+            std::memmove(text + out, text + in, static_cast<std::size_t>(end - in));
+            out += end - in;
+        }
+    } else {
+        // Growing: back to front, the write position never falls behind the read position.
+        int out = newLen;
+        for (std::size_t k = at.size(); k-- > 0;) {
+            const int in = at[k] + m;
+            const int end = k + 1 < at.size() ? at[k + 1] : static_cast<int>(len);
+            out -= end - in;
+            std::memmove(text + out, text + in, static_cast<std::size_t>(end - in));
+            out -= r;
+            std::memcpy(text + out, repl, static_cast<std::size_t>(r));
+        }
+    }
+    str.ReleaseBuffer(newLen);
+    return static_cast<int>(at.size());
 }
 
 // --- Numbers -------------------------------------------------------------------------------
@@ -309,20 +416,17 @@ int Str::Find(const char* s, int start) const {
         return -1;
     const std::size_t m = std::strlen(s);
     const long last = static_cast<long>(GetLength()) - static_cast<long>(m);
-    for (long i = start;;) {
-        if (i > last || dptr[i] == 0)
+    for (long i = start; i <= last;) {
+        // Candidates end at last: past it the rest cannot hold s.
+        const void* hit = std::memchr(dptr + i, s[0], static_cast<std::size_t>(last - i) + 1);
+        if (!hit)
             return -1;
-        const char* p = std::strchr(dptr + i, s[0]);
-        if (!p)
-            return -1;
-        const long at = p - dptr;
-        // Past last the rest cannot hold s, and comparing would read beyond the text.
-        if (at > last)
-            return -1;
+        const char* p = static_cast<const char*>(hit);
         if (m == 1 || std::memcmp(p + 1, s + 1, m - 1) == 0)
-            return static_cast<int>(at);
-        i = at + 1;
+            return SearchedTextEnd(dptr + start, p) ? -1 : static_cast<int>(p - dptr);
+        i = p - dptr + 1;
     }
+    return -1;
 }
 
 int Str::FindNoCase(const char* s, int start) const {
@@ -332,6 +436,11 @@ int Str::FindNoCase(const char* s, int start) const {
     Scratch needle(m + 1);
     std::memcpy(needle.get(), s, m + 1);
     StrImplementation::STR_ToLower(needle.get(), static_cast<unsigned int>(m));
+    const long len = GetLength();
+    if (start >= 0 && m > 0 && !SearchedTextEnd(dptr, dptr + (start < len ? start : len)))
+        return static_cast<int>(FindLowered(dptr, len, needle.get(), m, start));
+    // Outside the text's first zero-free run the lower-case copy may differ from the text beyond
+    // it; the range error names that copy too. Search the copy itself.
     Str lower(*this);
     lower.Str_MakeUL(0);
     return lower.Find(needle.get(), start);

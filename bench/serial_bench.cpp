@@ -1,0 +1,174 @@
+// Serialisation against hand-written standard-library peers producing the same bytes: the memory
+// file against appending to a std::vector<unsigned char>, the tagged list and the filename record
+// against the same layout written into and parsed out of a vector. Pairs are <Work>_Mem / _Vec,
+// <Work>_List / _Std and <Work>_Str / _Std.
+#include "base/BFilename.h"
+#include "base/BMemFile.h"
+#include "base/BMetaDataTaggedList.h"
+
+#include <benchmark/benchmark.h>
+
+#include <cstring>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using Bytes = std::vector<unsigned char>;
+
+void PutU32(Bytes& out, unsigned int v) {
+    const unsigned char le[4] = {static_cast<unsigned char>(v), static_cast<unsigned char>(v >> 8),
+                                 static_cast<unsigned char>(v >> 16),
+                                 static_cast<unsigned char>(v >> 24)};
+    out.insert(out.end(), le, le + 4);
+}
+
+// Reads a little-endian word at *at, or 0 past the end.
+unsigned int GetU32(const Bytes& in, std::size_t& at) {
+    if (in.size() - at < 4) {
+        at = in.size();
+        return 0;
+    }
+    const unsigned int v =
+        in[at] | in[at + 1] << 8 | in[at + 2] << 16 | static_cast<unsigned int>(in[at + 3]) << 24;
+    at += 4;
+    return v;
+}
+
+// A sized byte run: the size word, then the bytes.
+void PutRun(Bytes& out, const void* p, unsigned int n) {
+    PutU32(out, n);
+    const auto* b = static_cast<const unsigned char*>(p);
+    out.insert(out.end(), b, b + n);
+}
+
+std::string GetRun(const Bytes& in, std::size_t& at) {
+    const std::size_t n = GetU32(in, at);
+    const std::size_t take = std::min(n, in.size() - at);
+    std::string s(reinterpret_cast<const char*>(in.data() + at), take);
+    at += take;
+    return s;
+}
+
+// --- Scalars ----------------------------------------------------------------------------------
+
+constexpr int kScalars = 1 << 20;
+
+void WriteScalars1M_Mem(benchmark::State& state) {
+    for (auto _ : state) {
+        BMemFile file;
+        for (int i = 0; i < kScalars; ++i)
+            file.Write(i);
+        benchmark::DoNotOptimize(file.m_buffer);
+    }
+}
+
+void WriteScalars1M_Vec(benchmark::State& state) {
+    for (auto _ : state) {
+        Bytes out;
+        for (int i = 0; i < kScalars; ++i)
+            PutU32(out, static_cast<unsigned int>(i));
+        benchmark::DoNotOptimize(out.data());
+    }
+}
+
+// --- Tagged list --------------------------------------------------------------------------------
+
+constexpr int kItems = 1000;
+
+std::string Tag(int i) {
+    return "item" + std::to_string(i);
+}
+
+void TaggedList1000_List(benchmark::State& state) {
+    BMetaDataTaggedList list;
+    for (int i = 0; i < kItems; ++i)
+        list.SetData(Tag(i).c_str(), i);
+    for (auto _ : state) {
+        BMemFile file;
+        list.Write(file, 1);
+        file.SetPosition(0);
+        BMetaDataTaggedList back;
+        benchmark::DoNotOptimize(back.Read(file, 1));
+    }
+}
+
+void TaggedList1000_Std(benchmark::State& state) {
+    std::vector<std::pair<std::string, Bytes>> list;
+    for (int i = 0; i < kItems; ++i) {
+        Bytes value;
+        PutU32(value, static_cast<unsigned int>(i));
+        list.emplace_back(Tag(i), value);
+    }
+    for (auto _ : state) {
+        Bytes out;
+        out.insert(out.end(), BMetaDataTaggedList::kMarker,
+                   BMetaDataTaggedList::kMarker + BMetaDataTaggedList::kMarkerSize);
+        PutU32(out, static_cast<unsigned int>(list.size()));
+        for (const auto& [tag, value] : list) {
+            PutRun(out, tag.c_str(), static_cast<unsigned int>(tag.size() + 1));
+            PutRun(out, value.data(), static_cast<unsigned int>(value.size()));
+        }
+        std::size_t at = BMetaDataTaggedList::kMarkerSize;
+        const unsigned int count = GetU32(out, at);
+        std::vector<std::pair<std::string, Bytes>> back;
+        for (unsigned int i = 0; i < count && at < out.size(); ++i) {
+            std::string tag = GetRun(out, at);
+            const std::string value = GetRun(out, at);
+            back.emplace_back(std::move(tag), Bytes(value.begin(), value.end()));
+        }
+        benchmark::DoNotOptimize(back.data());
+    }
+}
+
+// --- Filename record ----------------------------------------------------------------------------
+
+const char kPath[] = "/Users/someone/Documents/Projects/bkgcolors/report-2024.txt";
+
+void FilenameSetGet_Str(benchmark::State& state) {
+    BFilename source;
+    source.SetPath(kPath);
+    source.SetDiskName("Macintosh HD");
+    BFilename target;
+    for (auto _ : state) {
+        source.Set();
+        static_cast<BMetaData&>(target) = source;
+        target.Get();
+        benchmark::DoNotOptimize(target.GetFileName());
+    }
+}
+
+void FilenameSetGet_Std(benchmark::State& state) {
+    const std::string fields[5] = {"/Users/someone/Documents/Projects/bkgcolors/", "", "",
+                                   "report-2024.txt", "Macintosh HD"};
+    for (auto _ : state) {
+        const std::string storage =
+            fields[0] + '\t' + fields[1] + '\t' + fields[2] + '\t' + fields[3] + '\t' + fields[4];
+        Bytes out;
+        PutRun(out, storage.c_str(), static_cast<unsigned int>(storage.size() + 1));
+        out.insert(out.end(), BMetaDataTaggedList::kMarker,
+                   BMetaDataTaggedList::kMarker + BMetaDataTaggedList::kMarkerSize);
+        PutU32(out, 0);
+        const Bytes data = out;
+        std::size_t at = 0;
+        const std::string text = GetRun(data, at);
+        std::string back[5];
+        std::size_t from = 0;
+        for (int i = 0; i < 5; ++i) {
+            const std::size_t tab = i < 4 ? text.find('\t', from) : std::string::npos;
+            back[i] = text.substr(from, tab == std::string::npos ? std::string::npos : tab - from);
+            from = tab + 1;
+        }
+        benchmark::DoNotOptimize(back);
+    }
+}
+
+} // namespace
+
+BENCHMARK(WriteScalars1M_Mem)->Unit(benchmark::kMicrosecond);
+BENCHMARK(WriteScalars1M_Vec)->Unit(benchmark::kMicrosecond);
+BENCHMARK(TaggedList1000_List)->Unit(benchmark::kMicrosecond);
+BENCHMARK(TaggedList1000_Std)->Unit(benchmark::kMicrosecond);
+BENCHMARK(FilenameSetGet_Str);
+BENCHMARK(FilenameSetGet_Std);

@@ -1,0 +1,389 @@
+// Str against std::string on the same work. Every comparison is a pair <Work>_Str / <Work>_Std run
+// in the same program, so scripts/bench-report can put the two timings side by side.
+//
+// The no-case search also reports heap allocations per search: malloc is counted by forwarding it
+// to the C library's own entry point, which covers the string pool (it calls malloc directly) as
+// well as operator new.
+#include "base/Str.h"
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+#include <cstdlib>
+#include <random>
+#include <string>
+#include <string_view>
+#include <vector>
+
+extern "C" void* __libc_malloc(std::size_t n);
+
+namespace {
+unsigned long long g_mallocs = 0;
+} // namespace
+
+extern "C" void* malloc(std::size_t n) {
+    ++g_mallocs;
+    return __libc_malloc(n);
+}
+
+namespace {
+
+std::string Letters(std::size_t n, unsigned seed) {
+    std::mt19937 rng(seed);
+    std::string s(n, ' ');
+    for (char& c : s) {
+        const unsigned r = rng() % 32;
+        c = r < 26 ? static_cast<char>('a' + r) : ' ';
+    }
+    return s;
+}
+
+// 1 MiB of lower-case words with the searched text only at its very end.
+const char kNeedle[] = "needle";
+const std::string& Haystack() {
+    static const std::string text = [] {
+        std::string s = Letters((1u << 20) - 6, 7);
+        for (std::size_t i = 0; i + 6 <= s.size(); ++i)
+            if (s.compare(i, 6, kNeedle) == 0)
+                s[i] = 'm';
+        return s + kNeedle;
+    }();
+    return text;
+}
+
+// --- Copies -----------------------------------------------------------------------------------
+
+void Copy10_Str(benchmark::State& state) {
+    const Str source("abcdefghij");
+    for (auto _ : state) {
+        Str copy(source);
+        benchmark::DoNotOptimize(copy);
+    }
+}
+
+void Copy10_Std(benchmark::State& state) {
+    const std::string source("abcdefghij");
+    for (auto _ : state) {
+        std::string copy(source);
+        benchmark::DoNotOptimize(copy);
+    }
+}
+
+void Copy1K_Str(benchmark::State& state) {
+    const Str source(Letters(1024, 1).c_str());
+    for (auto _ : state) {
+        Str copy(source);
+        benchmark::DoNotOptimize(copy);
+    }
+}
+
+void Copy1K_Std(benchmark::State& state) {
+    const std::string source(Letters(1024, 1));
+    for (auto _ : state) {
+        std::string copy(source);
+        benchmark::DoNotOptimize(copy);
+    }
+}
+
+// --- Construction -----------------------------------------------------------------------------
+
+void Construct100_Str(benchmark::State& state) {
+    const std::string text = Letters(100, 2);
+    const char* p = text.c_str();
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(p);
+        Str s(p);
+        benchmark::DoNotOptimize(s);
+    }
+}
+
+void Construct100_Std(benchmark::State& state) {
+    const std::string text = Letters(100, 2);
+    const char* p = text.c_str();
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(p);
+        std::string s(p);
+        benchmark::DoNotOptimize(s);
+    }
+}
+
+// --- Building and joining ---------------------------------------------------------------------
+
+constexpr int kBuildSize = 64 * 1024;
+
+void BuildByChar64K_Str(benchmark::State& state) {
+    for (auto _ : state) {
+        Str s;
+        for (int i = 0; i < kBuildSize; ++i)
+            s.AppendChar(static_cast<char>('a' + (i & 15)));
+        benchmark::DoNotOptimize(s);
+    }
+}
+
+void BuildByChar64K_Std(benchmark::State& state) {
+    for (auto _ : state) {
+        std::string s;
+        for (int i = 0; i < kBuildSize; ++i)
+            s.push_back(static_cast<char>('a' + (i & 15)));
+        benchmark::DoNotOptimize(s);
+    }
+}
+
+void Concat100_Str(benchmark::State& state) {
+    const Str a(Letters(100, 3).c_str()), b(Letters(100, 4).c_str());
+    for (auto _ : state) {
+        Str r = a + b;
+        benchmark::DoNotOptimize(r);
+    }
+}
+
+void Concat100_Std(benchmark::State& state) {
+    const std::string a(Letters(100, 3)), b(Letters(100, 4));
+    for (auto _ : state) {
+        std::string r = a + b;
+        benchmark::DoNotOptimize(r);
+    }
+}
+
+// --- Searching --------------------------------------------------------------------------------
+
+void FindText1M_Str(benchmark::State& state) {
+    const Str text(Haystack().c_str());
+    int at = 0;
+    for (auto _ : state) {
+        at = text.Find(kNeedle, 0);
+        benchmark::DoNotOptimize(at);
+    }
+    if (at != text.GetLength() - 6)
+        state.SkipWithError("text not found at the end");
+}
+
+void FindText1M_Std(benchmark::State& state) {
+    const std::string& text = Haystack();
+    std::size_t at = 0;
+    for (auto _ : state) {
+        at = text.find(kNeedle, 0);
+        benchmark::DoNotOptimize(at);
+    }
+    if (at != text.size() - 6)
+        state.SkipWithError("text not found at the end");
+}
+
+// The peer of the no-case search: a search whose comparison folds both sides to lower case.
+void FindNoCase1M_Str(benchmark::State& state) {
+    const Str text(Haystack().c_str());
+    int at = 0;
+    unsigned long long mallocs = 0;
+    for (auto _ : state) {
+        const unsigned long long before = g_mallocs;
+        at = text.FindNoCase("NeEdLe", 0);
+        mallocs += g_mallocs - before;
+        benchmark::DoNotOptimize(at);
+    }
+    if (at != text.GetLength() - 6)
+        state.SkipWithError("text not found at the end");
+    state.counters["allocs"] =
+        benchmark::Counter(static_cast<double>(mallocs), benchmark::Counter::kAvgIterations);
+}
+
+void FindNoCase1M_Std(benchmark::State& state) {
+    const std::string& text = Haystack();
+    const std::string needle = "NeEdLe";
+    std::size_t at = 0;
+    for (auto _ : state) {
+        const auto it =
+            std::search(text.begin(), text.end(), needle.begin(), needle.end(), [](char a, char b) {
+                return std::tolower(static_cast<unsigned char>(a)) ==
+                       std::tolower(static_cast<unsigned char>(b));
+            });
+        at = static_cast<std::size_t>(it - text.begin());
+        benchmark::DoNotOptimize(at);
+    }
+    if (at != text.size() - 6)
+        state.SkipWithError("text not found at the end");
+}
+
+// --- Formatting -------------------------------------------------------------------------------
+
+void Format_Str(benchmark::State& state) {
+    int items = 42;
+    const char* where = "the basket";
+    double price = 3.14159;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(items);
+        Str s;
+        s.Format("%d items in %s at %.2f", items, where, price);
+        benchmark::DoNotOptimize(s);
+    }
+}
+
+void Format_Std(benchmark::State& state) {
+    int items = 42;
+    const char* where = "the basket";
+    double price = 3.14159;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(items);
+        char buf[128];
+        const int n = std::snprintf(buf, sizeof buf, "%d items in %s at %.2f", items, where, price);
+        std::string s(buf, static_cast<std::size_t>(n));
+        benchmark::DoNotOptimize(s);
+    }
+}
+
+// --- Tokens -----------------------------------------------------------------------------------
+
+const std::string& CommaText() {
+    static const std::string text = [] {
+        std::string s = Letters(1u << 20, 5);
+        std::replace(s.begin(), s.end(), ' ', ',');
+        return s;
+    }();
+    return text;
+}
+
+void Tokenize1M_Str(benchmark::State& state) {
+    const Str text(CommaText().c_str());
+    for (auto _ : state) {
+        int pos = 0, count = 0;
+        while (pos >= 0) {
+            Str token = text.Tokenize(",", pos);
+            benchmark::DoNotOptimize(token);
+            ++count;
+        }
+        benchmark::DoNotOptimize(count);
+    }
+}
+
+void Tokenize1M_Std(benchmark::State& state) {
+    const std::string_view text(CommaText());
+    for (auto _ : state) {
+        int count = 0;
+        std::size_t pos = 0;
+        while (pos < text.size()) {
+            const std::size_t start = text.find_first_not_of(',', pos);
+            if (start == std::string_view::npos)
+                break;
+            std::size_t end = text.find(',', start);
+            if (end == std::string_view::npos)
+                end = text.size();
+            std::string_view token = text.substr(start, end - start);
+            benchmark::DoNotOptimize(token);
+            ++count;
+            pos = end;
+        }
+        benchmark::DoNotOptimize(count);
+    }
+}
+
+// --- Trim, Mid, replace-all -------------------------------------------------------------------
+
+const std::string& Padded() {
+    static const std::string text = " \t  " + Letters(100, 6) + " \r\n ";
+    return text;
+}
+
+void Trim_Str(benchmark::State& state) {
+    const Str source(Padded().c_str());
+    for (auto _ : state) {
+        Str s(source);
+        s.Trim();
+        benchmark::DoNotOptimize(s);
+    }
+}
+
+void Trim_Std(benchmark::State& state) {
+    const std::string source(Padded());
+    for (auto _ : state) {
+        std::string s(source);
+        const char* set = " \t\r\n";
+        s.erase(s.find_last_not_of(set) + 1);
+        s.erase(0, s.find_first_not_of(set));
+        benchmark::DoNotOptimize(s);
+    }
+}
+
+void Mid_Str(benchmark::State& state) {
+    const Str source(Letters(200, 8).c_str());
+    for (auto _ : state) {
+        Str s = source.Mid(50, 100);
+        benchmark::DoNotOptimize(s);
+    }
+}
+
+void Mid_Std(benchmark::State& state) {
+    const std::string source(Letters(200, 8));
+    for (auto _ : state) {
+        std::string s = source.substr(50, 100);
+        benchmark::DoNotOptimize(s);
+    }
+}
+
+// 64 KiB of words in which "the" occurs often; every one becomes "a cat".
+const std::string& Prose() {
+    static const std::string text = [] {
+        std::string s;
+        std::mt19937 rng(9);
+        static const char* const words[] = {"the ", "dog ", "sat ", "on ", "mat ", "and "};
+        while (s.size() < 64 * 1024)
+            s += words[rng() % 6];
+        return s;
+    }();
+    return text;
+}
+
+void ReplaceAll64K_Str(benchmark::State& state) {
+    const Str source(Prose().c_str());
+    for (auto _ : state) {
+        Str s(source);
+        const int n = StrImplementation::STR_ReplaceCore(s, "the", "a cat", 0);
+        benchmark::DoNotOptimize(n);
+        benchmark::DoNotOptimize(s);
+    }
+}
+
+void ReplaceAll64K_Std(benchmark::State& state) {
+    const std::string source(Prose());
+    for (auto _ : state) {
+        std::string s;
+        s.reserve(source.size());
+        int n = 0;
+        std::size_t from = 0;
+        for (std::size_t at; (at = source.find("the", from)) != std::string::npos; from = at + 3) {
+            s.append(source, from, at - from);
+            s += "a cat";
+            ++n;
+        }
+        s.append(source, from, std::string::npos);
+        benchmark::DoNotOptimize(n);
+        benchmark::DoNotOptimize(s);
+    }
+}
+
+} // namespace
+
+BENCHMARK(Copy10_Str);
+BENCHMARK(Copy10_Std);
+BENCHMARK(Copy1K_Str);
+BENCHMARK(Copy1K_Std);
+BENCHMARK(Construct100_Str);
+BENCHMARK(Construct100_Std);
+BENCHMARK(BuildByChar64K_Str)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BuildByChar64K_Std)->Unit(benchmark::kMicrosecond);
+BENCHMARK(Concat100_Str);
+BENCHMARK(Concat100_Std);
+BENCHMARK(FindText1M_Str)->Unit(benchmark::kMicrosecond);
+BENCHMARK(FindText1M_Std)->Unit(benchmark::kMicrosecond);
+BENCHMARK(FindNoCase1M_Str)->Unit(benchmark::kMicrosecond);
+BENCHMARK(FindNoCase1M_Std)->Unit(benchmark::kMicrosecond);
+BENCHMARK(Format_Str);
+BENCHMARK(Format_Std);
+BENCHMARK(Tokenize1M_Str)->Unit(benchmark::kMicrosecond);
+BENCHMARK(Tokenize1M_Std)->Unit(benchmark::kMicrosecond);
+BENCHMARK(Trim_Str);
+BENCHMARK(Trim_Std);
+BENCHMARK(Mid_Str);
+BENCHMARK(Mid_Std);
+BENCHMARK(ReplaceAll64K_Str)->Unit(benchmark::kMicrosecond);
+BENCHMARK(ReplaceAll64K_Std)->Unit(benchmark::kMicrosecond);
