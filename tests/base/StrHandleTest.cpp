@@ -260,6 +260,7 @@ TEST(StrHandle, OversizedRequestThrowsBadAllocAndKeepsTheString) {
     Str s("keep");
     const char* p = s;
     EXPECT_THROW(s.AppendChars(p, INT_MAX), std::bad_alloc);
+    EXPECT_THROW(s.Preallocate(INT_MAX), std::bad_alloc);
     EXPECT_EQ(static_cast<const char*>(s), p);
     EXPECT_EQ(Text(s), "keep");
 }
