@@ -35,7 +35,52 @@ BMemFile& BMemFile::operator=(const BMemFile& other) {
         std::memcpy(m_buffer, other.m_buffer, n);
     m_length = n;
     m_position = std::min(other.m_position, n);
+    m_filename = other.m_filename;
     return *this;
+}
+
+void BMemFile::Set() {
+    BMemFile record;
+    m_metaData.Write(record, 1);
+    m_filename.Set();
+    static_cast<const BMetaDataTagged&>(m_filename).Write(record, 1);
+    record.Write(m_length);
+    if (m_length != 0)
+        record.Write(m_buffer, m_length);
+    CreateDataBuff(record.m_length);
+    if (record.m_length != 0)
+        std::memcpy(GetDataPtr(), record.m_buffer, record.m_length);
+}
+
+void BMemFile::Get() {
+    BMemFile record;
+    record.Attach(GetDataPtr(), static_cast<int>(m_size));
+    // The data stays with this object whatever happens while it is read.
+    struct Detacher {
+        BMemFile& file;
+        ~Detacher() { file.Detach(); }
+    } detacher{record};
+
+    m_metaData.Read(record, 1);
+    static_cast<BMetaDataTagged&>(m_filename).Read(record, 1);
+    m_filename.Get();
+
+    unsigned int length = 0;
+    record.Read(length);
+    const unsigned int remaining = record.m_length - record.m_position;
+    if (std::uint64_t{length} > std::uint64_t{remaining} + kMaxMissingBytes)
+        length = remaining;
+    // SetLength keeps the position within the new length.
+    SetLength(length);
+    if (m_capacity != length)
+        throw std::bad_alloc();
+    if (length != 0) {
+        // Content missing from a record that ends early reads as zero, not as what the old buffer
+        // held there.
+        const unsigned int got = record.Read(m_buffer, length);
+        std::memset(m_buffer + got, 0, length - got);
+    }
+    m_length = length;
 }
 
 unsigned int BMemFile::SetLength(unsigned int n) {

@@ -5,11 +5,18 @@
 // caller's buffer of that kind and Detach hands the buffer out; neither copies.
 // Invariant: m_position <= m_length <= m_capacity, and m_buffer holds m_capacity bytes. Bytes
 // gained by growth are zero.
-// Copying: assignment copies the content (one allocation of the other file's length); there is no
-// copy construction.
+// Through its base a memory file is also a serialisable object: its data holds the memory-file
+// record written by Set() (property list, file name item, 4-byte content length, content), and its
+// property list is where tag-table records find their tables ("GlobalMetaTable" when writing,
+// "GlobalMetaTableFast" when reading). m_filename travels with the file; the stream never uses it.
+// Copying: assignment copies the content (one allocation of the other file's length) and the file
+// name, nothing of the base; there is no copy construction. The destructor is not virtual.
 #pragma once
 
-class BMemFile {
+#include "base/BFilename.h"
+#include "base/BMetaDataClass.h"
+
+class BMemFile : public BMetaDataClass {
 public:
     static constexpr unsigned int kDefaultGrowBy = 4096;
 
@@ -18,13 +25,21 @@ public:
     // A file holding a copy of the n bytes (capacity and length n, position 0). With n = 0 or a
     // null pointer the file is empty and holds no buffer.
     BMemFile(const unsigned char* bytes, unsigned int n);
-    // Releases the buffer.
+    // Releases the buffer, then the file name, then the base.
     ~BMemFile();
     BMemFile(const BMemFile&) = delete;
-    // Copies the other file's content and position (the position cut to its length); capacity
-    // becomes the other's length. Grow-by is not copied. Assigning a file to itself changes
-    // nothing.
+    // Copies the other file's content and position (the position cut to its length), then its file
+    // name; capacity becomes the other's length. Grow-by, the property list, tag and data are not
+    // copied. Assigning a file to itself changes nothing.
     BMemFile& operator=(const BMemFile& other);
+
+    // Replaces the data with the memory-file record; the tag and the stream are left alone.
+    void Set() override;
+    // Rebuilds property list, file name and content from the record in the data, read in place.
+    // A record that ends early gives what it holds (a missing length is 0); a content length
+    // claiming more than kMaxMissingBytes beyond the record's end keeps only the bytes present. The
+    // position is kept, cut to the restored length; content missing at the end reads as zero.
+    void Get() override;
 
     // Resizes the buffer to n bytes: n equal to the capacity zero-fills the buffer and returns 0;
     // n = 0 releases it and returns 0; otherwise a new zeroed buffer keeps the old bytes that fit,
@@ -75,6 +90,8 @@ public:
     unsigned int m_growBy;
     unsigned int m_position;
     unsigned char* m_buffer;
+    // Carried with the file: copied by assignment, serialised by Set and Get, unused by the stream.
+    BFilename m_filename;
 
 private:
     int ReadLittleEndian(unsigned int width, unsigned int& bits);

@@ -1,11 +1,56 @@
 #include "base/BMetaData.h"
 
-#include "base/BAssert.h"
 #include "base/BMemFile.h"
 
 #include <cstdint>
 #include <cstring>
+#include <string>
 #include <utility>
+
+namespace {
+
+constexpr char kWriteTableTag[] = "GlobalMetaTable";
+constexpr char kReadTableTag[] = "GlobalMetaTableFast";
+
+// Length of the text at bytes: up to its first zero byte or n, whichever comes first. Reads no
+// byte past the zero.
+unsigned int TextLength(const char* bytes, unsigned int n) {
+    unsigned int length = 0;
+    while (length < n && bytes[length] != 0)
+        ++length;
+    return length;
+}
+
+// The index of item's text in the write table of file, added to the table when the text is new:
+// texts get 0, 1, 2 and on in the order they are first written, matched without regard to case.
+short TableIndex(BMemFile& file, const BMetaData& item) {
+    void* stored = nullptr;
+    file.m_metaData.GetData(kWriteTableTag, &stored);
+    auto* table = static_cast<BMetaDataTaggedList*>(stored);
+    const short candidate = static_cast<short>(BMetaDataTaggedList::CountOf(table));
+    const char* bytes = reinterpret_cast<const char*>(item.GetDataPtr());
+    const std::string text(bytes, TextLength(bytes, item.m_size));
+    short index = candidate;
+    table->GetData(text.c_str(), index);
+    if (index == candidate)
+        table->SetData(text.c_str(), index);
+    return index;
+}
+
+// Copies up to size bytes of the text at index in the read table of file into data. Without a
+// table, with a negative index or a null entry the data keeps its zero bytes; the copy stops after
+// the entry's terminating zero, so a short entry is never overrun.
+void CopyTableEntry(BMemFile& file, short index, unsigned char* data, unsigned int size) {
+    void* stored = nullptr;
+    file.m_metaData.GetData(kReadTableTag, &stored);
+    if (stored == nullptr || index < 0)
+        return;
+    const char* entry = static_cast<const char* const*>(stored)[index];
+    if (entry != nullptr)
+        std::memcpy(data, entry, TextLength(entry, size));
+}
+
+} // namespace
 
 BMetaData::BMetaData() : m_data{}, m_size(0) {}
 
@@ -98,10 +143,11 @@ int BMetaData::Read(BMemFile& file, short mode) {
         size = remaining;
     CreateDataBuff(size);
     if (mode & kTagTableMode) {
-        // The record holds an index into a tag table supplied with the stream; without a table
-        // the item keeps its zero bytes.
         short index = 0;
-        return file.Read(index);
+        count = file.Read(index);
+        if (count > 0)
+            CopyTableEntry(file, index, GetDataPtr(), size);
+        return count;
     }
     if (size != 0)
         count = static_cast<int>(file.Read(GetDataPtr(), size));
@@ -110,11 +156,8 @@ int BMetaData::Read(BMemFile& file, short mode) {
 
 int BMetaData::Write(BMemFile& file, short mode) const {
     int count = file.Write(m_size);
-    if (mode & kTagTableMode) {
-        // Tag-table records need the table that maps tag texts to indices.
-        const bool tagTableAvailable = false;
-        B_ASSERT(tagTableAvailable);
-    }
+    if (mode & kTagTableMode)
+        return file.Write(TableIndex(file, *this));
     count = file.Write(GetDataPtr(), m_size);
     return count;
 }

@@ -53,11 +53,16 @@ public:
     // Reads an item record: a 4-byte size S, then S bytes. A missing size gives the empty item;
     // data bytes missing at the end of the stream stay zero. A size claiming more than
     // kMaxMissingBytes beyond the end of the stream is not believed: the item keeps only the bytes
-    // that remain, so a corrupt size cannot make the item larger than its stream. Returns the byte
-    // count of the last transfer.
+    // that remain, so a corrupt size cannot make the item larger than its stream. In tag-table
+    // form (mode & kTagTableMode) S is followed by a 2-byte index into the array of text pointers
+    // stored under "GlobalMetaTableFast" in file's property list; up to S bytes of that text are
+    // copied. No array, no index or a negative index leaves S zero bytes; an index past the array's
+    // end is not detected. Returns the byte count of the last transfer.
     int Read(BMemFile& file, short mode);
-    // Writes an item record: the 4-byte size, then the bytes. Returns the byte count of the last
-    // transfer.
+    // Writes an item record: the 4-byte size, then the bytes. In tag-table form the bytes are
+    // replaced by the 2-byte index of the text in the table under "GlobalMetaTable" in file's
+    // property list (a BMetaDataTaggedList of short values, which must exist; new texts are added
+    // with the next index). Returns the byte count of the last transfer.
     int Write(BMemFile& file, short mode) const;
 
     unsigned char m_data[kInlineSize];

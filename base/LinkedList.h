@@ -79,6 +79,13 @@ public:
         LINKEDLIST_CHECK_THIS();
         return m_count;
     }
+    // Count of the list at list, which must exist: no list stops exactly as GetCount reached
+    // through a null list would, without the undefined call.
+    static unsigned int CountOf(const LinkedList* list) {
+        if (list == nullptr)
+            ::BAssertDetail::Fail("GetCount", __FILE__, __LINE__, "this");
+        return list->GetCount();
+    }
     // The tail element; the list must not be empty.
     T& GetTail() {
         LINKEDLIST_CHECK_THIS();

@@ -690,8 +690,11 @@ bool UserDefaults::write(void* dict) {
         report("cannot encode defaults for " + path_);
         return false;
     }
-    std::string temporary = path_ + ".XXXXXX";
-    int fd = mkostemp(temporary.data(), O_CLOEXEC);
+    // Only the holder of the lock writes, so one fixed temporary name suffices; a writer that was
+    // killed mid-write leaves it behind, and the next writer replaces it instead of adding another.
+    std::string temporary = path_ + ".tmp";
+    ::unlink(temporary.c_str());
+    int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600);
     bool ok = fd >= 0;
     ok = ok && WriteAll(fd, encoded, length);
     ok = ok && fsync(fd) == 0;

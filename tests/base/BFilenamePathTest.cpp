@@ -1,4 +1,4 @@
-// Filename path operations: system paths, directory levels, file name and extension, numbered
+// Filename path operations: directory levels, system paths, file name and extension, numbered
 // variants, archive members, display name, ordering and title case.
 #include "base/BFilename.h"
 
@@ -7,361 +7,136 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <initializer_list>
+#include <map>
 #include <string>
-#include <vector>
 
 namespace {
 
-std::string Text(const Str& s) {
-    return std::string(s, s.GetLength());
-}
-
-BFilename Make(const FilenameParts& parts) {
-    BFilename f;
-    AssignParts(f, parts);
-    return f;
-}
-
-BFilename WithFile(const char* file) {
-    return Make({"", "", "", file, ""});
-}
-
-std::vector<std::string> Elements(const StrList& list) {
-    std::vector<std::string> out;
-    for (__POSITION* pos = list.GetHeadPosition(); pos != nullptr;) {
-        auto* node = reinterpret_cast<BListNode<Str>*>(pos);
-        out.push_back(Text(node->value));
-        pos = reinterpret_cast<__POSITION*>(node->next);
-    }
+// The elements of a list that held "keep" before DividePath appended the levels of path to it.
+std::string Levels(const BFilename& f, const char* path) {
+    StrList list;
+    list.AddUnique("keep");
+    f.DividePath(path, &list);
+    std::string out;
+    for (; list.GetCount() > 0; list.RemoveTail())
+        out = Text(list.GetTail()) + "|" + out;
     return out;
+}
+
+// Runs the named operation with argument arg on a filename built from in: as its directory (file
+// name "f"), as its file name, or as a storage string, whichever the operation works on.
+std::string Apply(const std::string& op, const char* in, const char* arg) {
+    BFilename dir = Make({in, "", "", "f", ""}), file = Make({"", "", "", in, ""}), full{Str(in)};
+    StrList extensions;
+    extensions.AddUnique(arg);
+    const std::map<std::string, std::function<std::string()>> ops = {
+        {"GetDirectory", [&] { return Text(dir.GetDirectory()); }},
+        {"SetDirectory", [&] { return dir.SetDirectory(arg), PartsOf(dir)[0]; }},
+        {"StripBackslash", [&] { return Text(dir.StripBackslash()); }},
+        {"RenameLastDirectory", [&] { return Text(dir.RenameLastDirectory(arg)); }},
+        {"OSPath", [&] { return Text(dir.OSPath()); }},
+        {"PathForOS", [&] { return Text(dir.PathForOS(Str(in))); }},
+        {"DividePath", [&] { return Levels(dir, in); }},
+        {"ToUpperLower", [&] { return Text(dir.ToUpperLower(in)); }},
+        {"IsA", [&] { return file.IsA(arg) ? "yes" : "no"; }},
+        {"IsMatchingExt", [&] { return file.IsMatchingExt(extensions) ? "yes" : "no"; }},
+        {"SetFileName", [&] { return file.SetFileName(arg), Text(file.GetFileName()); }},
+        {"SetExtension", [&] { return Text(file.SetExtension(arg)); }},
+        {"StripExtension", [&] { return Text(file.StripExtension()); }},
+        {"RenameFile", [&] { return Text(file.RenameFile(arg)); }},
+        {"AppendToName", [&] { return file.AppendToName(arg), Text(file.GetFileName()); }},
+        {"GetNextUniqueName", [&] { return Text(file.GetNextUniqueName()); }},
+        {"SetZipPath", [&] { return full.SetZipPath(arg), Text(full.GetStorageString()); }},
+        {"GetZipPath", [&] { return Text(full.GetZipPath()); }},
+        // The returned text comes first: a call's object is evaluated before its argument.
+        {"UnZipFilename",
+         [&] { return Text(full.UnZipFilename()).append(Text(full.GetStorageString())); }},
+        {"GetDisplayName", [&] { return Text(full.GetDisplayName()); }},
+        {"Compare", [&] { return std::to_string(full.Compare(BFilename(Str(arg)))); }},
+    };
+    return ops.at(op)();
+}
+
+struct Row {
+    const char *op, *in, *arg, *want;
+};
+
+void Check(std::initializer_list<Row> rows) {
+    for (const Row& r : rows)
+        EXPECT_EQ(Apply(r.op, r.in, r.arg), r.want)
+            << r.op << " '" << r.in << "' '" << r.arg << "'";
 }
 
 } // namespace
 
-TEST(BFilenamePath, OSPathConvertsMacAndWindowsDelimitersWithoutChangingObject) {
-    BFilename f = Make({"a\\b/", "", "", "c", ""});
-    EXPECT_EQ(Text(f.OSPath()), "a/b/c");
-    EXPECT_EQ(PartsOf(f).dir, "a\\b/");
-    f.OSDelimiter('\\');
-    EXPECT_EQ(Text(f.OSPath()), "a\\b\\c");
-
-    // Paths of any length convert in full.
-    std::string longDir;
-    for (int i = 0; i < 1000; ++i)
-        longDir += "d\\";
-    BFilename g = Make({longDir, "", "", "f", ""});
-    const std::string want = Text(g.OSPath());
-    ASSERT_EQ(want.size(), longDir.size() + 1);
-    EXPECT_EQ(want.find('\\'), std::string::npos);
-}
-
-TEST(BFilenamePath, PathForOSLeavesCallersStringAlone) {
-    const BFilename f;
-    const Str path("a\\b/c");
-    EXPECT_EQ(Text(f.PathForOS(path)), "a/b/c");
-    EXPECT_EQ(Text(path), "a\\b/c");
-    EXPECT_EQ(Text(f.PathForOS(Str())), "");
-    const std::string longPath(3000, '\\');
-    EXPECT_EQ(Text(f.PathForOS(Str(longPath.c_str()))), std::string(3000, '/'));
-}
-
-TEST(BFilenamePath, DirectoryGettersAndSettersAddTheTrailingDelimiter) {
-    struct Row {
-        const char* stored;
-        const char* want;
-    };
-    const Row rows[] = {{"x", "x/"}, {"", ""}, {"x\\", "x\\"}, {"a\\b", "a\\b/"}, {"a?", "a?/"}};
-    for (const Row& r : rows) {
-        BFilename viaGet = Make({r.stored, "", "", "f", ""});
-        EXPECT_EQ(Text(viaGet.GetDirectory()), r.want) << r.stored;
-        EXPECT_EQ(PartsOf(viaGet).dir, r.want) << r.stored;
-        BFilename viaSet;
-        viaSet.SetDirectory(r.stored);
-        EXPECT_EQ(PartsOf(viaSet).dir, r.want) << r.stored;
-    }
-}
-
-TEST(BFilenamePath, StripBackslashDropsOneMacThenOneWindowsDelimiter) {
-    struct Row {
-        const char* dir;
-        const char* want;
-    };
-    const Row rows[] = {{"/a/", "/a"},    {"/", ""},     {"a\\", "a"},
-                        {"a\\/", "a"},    {"a//", "a/"}, {"a/\\", "a/"},
-                        {"a\\\\", "a\\"}, {"", ""},      {"a", "a"}};
-    for (const Row& r : rows) {
-        BFilename f = Make({r.dir, "", "", "f", ""});
-        EXPECT_EQ(Text(f.StripBackslash()), r.want) << r.dir;
-        EXPECT_EQ(PartsOf(f).dir, r.want) << r.dir;
-    }
-}
-
-TEST(BFilenamePath, RenameLastDirectoryReplacesTheLastLevel) {
-    struct Row {
-        const char* dir;
-        const char* name;
-        const char* want;
-    };
-    const Row rows[] = {
-        {"/Users/a/old/", "new", "/Users/a/new/"},
-        {"/a/b", "c", "/a/c/"},
-        {"/a/old/", "", "/a/"},
+TEST(BFilenamePath, DirectoriesAndSystemPaths) {
+    const std::string windows(3000, '\\'), system(3000, '/');
+    Check({
+        {"GetDirectory", "x", "", "x/"},
+        {"GetDirectory", "x\\", "", "x\\"},
+        {"SetDirectory", "", "a?", "a?/"},
+        // One trailing Mac delimiter, then one Windows delimiter, in that order.
+        {"StripBackslash", "a\\/", "", "a"},
+        {"StripBackslash", "a/\\", "", "a/"},
+        {"StripBackslash", "a//", "", "a/"},
+        {"StripBackslash", "", "", ""},
+        {"RenameLastDirectory", "/U/a/old/", "new", "/U/a/new/"},
         // No system delimiter before the final character: the name is appended to all of it.
-        {"old/", "new", "old/new/"},
-        {"", "new", "new/"},
-        {"/", "x", "/x/"},
-        {"a\\b\\", "c", "a\\b\\c/"},
-    };
-    for (const Row& r : rows) {
-        BFilename f = Make({r.dir, "", "", "f", ""});
-        EXPECT_EQ(Text(f.RenameLastDirectory(r.name)), r.want) << r.dir << " " << r.name;
-        EXPECT_EQ(PartsOf(f).dir, r.want);
-    }
+        {"RenameLastDirectory", "old/", "new", "old/new/"},
+        {"OSPath", "a\\b/", "", "a/b/f"},
+        // Any length converts in full.
+        {"PathForOS", windows.c_str(), "", system.c_str()},
+        {"DividePath", "/U/a/f.txt", "", "keep|/|U/|a/|f.txt|"},
+        {"DividePath", "a\\b//", "", "keep|a\\|b/|/|"},
+        // Words start after a space or '\', not after '/'.
+        {"ToUpperLower", "my docs\\old FILES/x y", "", "My Docs\\Old Files/x Y"},
+    });
 }
 
-TEST(BFilenamePath, DividePathAppendsLevelsWithTheirDelimiters) {
-    struct Row {
-        const char* path;
-        std::vector<std::string> want;
-    };
-    const Row rows[] = {
-        {"/Users/a/file.txt", {"/", "Users/", "a/", "file.txt"}},
-        {"a\\b/c", {"a\\", "b/", "c"}},
-        {"dir/", {"dir/"}},
-        {"//", {"/", "/"}},
-        {"/", {"/"}},
-        {"a", {"a"}},
-        {"", {}},
-    };
-    const BFilename f;
-    for (const Row& r : rows) {
-        StrList list;
-        f.DividePath(r.path, &list);
-        EXPECT_EQ(Elements(list), r.want) << r.path;
-    }
-    StrList list;
-    Str first("keep");
-    list.AddTail(first);
-    f.DividePath("a/b", &list);
-    EXPECT_EQ(Elements(list), (std::vector<std::string>{"keep", "a/", "b"}));
+TEST(BFilenamePath, FileNameAndExtension) {
+    Check({
+        {"IsA", "a.zip", ".ZIP", "yes"},
+        {"IsA", "a.zip", "..zip", "no"},
+        {"IsA", "a.tar.gz", "tar.gz", "no"},
+        {"IsA", "a", ".", "yes"},
+        // List strings are compared as they are, case ignored.
+        {"IsMatchingExt", "a.TXT", "txt", "yes"},
+        {"IsMatchingExt", "a.txt", ".txt", "no"},
+        {"SetFileName", "", "a\\/:*?<>|b c.d", "ab c.d"},
+        {"SetExtension", "a.b.c", ".d", "a.b.d"},
+        {"SetExtension", "a.doc", "", "a"},
+        {"SetExtension", "a", "txt", "a.txt"},
+        {"StripExtension", "a.b.c", "", "a.b"},
+        {"RenameFile", "report.doc", "sum.txt", "sum.doc"},
+        {"RenameFile", "README", "notes.txt", "notes"},
+        {"AppendToName", "report.doc", "_old", "report_old.doc"},
+        {"AppendToName", "README", "?-1", "README-1"},
+        {"GetNextUniqueName", "report.txt", "", "report(2).txt"},
+        {"GetNextUniqueName", "report(2).txt", "", "report(3).txt"},
+        {"GetNextUniqueName", "a(9).txt", "", "a(10).txt"},
+        {"GetNextUniqueName", "notes", "", "notes(2)"},
+        // The number is read after the first '(' only, and wraps in 32 bits.
+        {"GetNextUniqueName", "a(1)(5).txt", "", "a(2).txt"},
+        {"GetNextUniqueName", "a(2147483647).txt", "", "a(-2147483648).txt"},
+    });
 }
 
-TEST(BFilenamePath, FileNameSettersRemoveIllegalCharacters) {
-    BFilename f;
-    f.SetFileName("a/b?.txt");
-    EXPECT_EQ(Text(f.GetFileName()), "ab.txt");
-}
-
-TEST(BFilenamePath, SetExtensionReplacesTheLastExtension) {
-    struct Row {
-        const char* file;
-        const char* ext;
-        const char* want;
-    };
-    const Row rows[] = {
-        {"a.doc", "txt", "a.txt"}, {"a.doc", ".txt", "a.txt"}, {"a.doc", "", "a"},
-        {"a.doc", ".", "a."},      {"a", "txt", "a.txt"},      {"a.b.c", "d", "a.b.d"},
-        {"", "txt", ".txt"},       {"a.doc", "..x", "a..x"},
-    };
-    for (const Row& r : rows) {
-        BFilename f = WithFile(r.file);
-        EXPECT_EQ(Text(f.SetExtension(r.ext)), r.want) << r.file << " " << r.ext;
-        EXPECT_EQ(Text(f.GetFileName()), r.want);
-    }
-}
-
-TEST(BFilenamePath, StripExtensionLeavesObjectAlone) {
-    struct Row {
-        const char* file;
-        const char* want;
-    };
-    const Row rows[] = {{"a.b.c", "a.b"}, {"a", "a"}, {".x", ""}, {"a.", "a"}, {"", ""}};
-    for (const Row& r : rows) {
-        const BFilename f = WithFile(r.file);
-        EXPECT_EQ(Text(f.StripExtension()), r.want) << r.file;
-        EXPECT_EQ(Text(f.GetFileName()), r.file);
-    }
-}
-
-TEST(BFilenamePath, IsMatchingExtComparesListStringsAsTheyAre) {
-    struct Row {
-        const char* file;
-        std::vector<const char*> list;
-        bool match;
-    };
-    const Row rows[] = {
-        {"a.TXT", {"doc", "txt"}, true}, {"a.txt", {".txt"}, false},      {"a.txt", {}, false},
-        {"README", {"doc", ""}, true},   {"a.tar.gz", {"tar.gz"}, false},
-    };
-    for (const Row& r : rows) {
-        StrList list;
-        for (const char* s : r.list) {
-            Str e(s);
-            list.AddTail(e);
-        }
-        EXPECT_EQ(WithFile(r.file).IsMatchingExt(list), r.match) << r.file;
-    }
-}
-
-TEST(BFilenamePath, RenameFileKeepsTheOldExtension) {
-    struct Row {
-        const char* file;
-        const char* name;
-        const char* want;
-    };
-    const Row rows[] = {
-        {"report.doc", "summary.txt", "summary.doc"},
-        {"README", "notes.txt", "notes"},
-        {"x.txt", "a/b.c", "ab.txt"},
-        {"x.txt", "plain", "plain.txt"},
-    };
-    for (const Row& r : rows) {
-        BFilename f = WithFile(r.file);
-        EXPECT_EQ(Text(f.RenameFile(r.name)), r.want) << r.file << " " << r.name;
-        EXPECT_EQ(Text(f.GetFileName()), r.want);
-    }
-}
-
-TEST(BFilenamePath, AppendToNameInsertsBeforeTheExtension) {
-    struct Row {
-        const char* file;
-        const char* suffix;
-        const char* want;
-    };
-    const Row rows[] = {
-        {"report.doc", "_old", "report_old.doc"},
-        {"README", "-1", "README-1"},
-        {"a.txt", "?x", "ax.txt"},
-    };
-    for (const Row& r : rows) {
-        BFilename f = WithFile(r.file);
-        f.AppendToName(r.suffix);
-        EXPECT_EQ(Text(f.GetFileName()), r.want) << r.file << " " << r.suffix;
-    }
-}
-
-TEST(BFilenamePath, GetNextUniqueNameCountsInParentheses) {
-    struct Row {
-        const char* file;
-        const char* want;
-    };
-    const Row rows[] = {
-        {"report.txt", "report(2).txt"},
-        {"report(2).txt", "report(3).txt"},
-        {"notes", "notes(2)"},
-        {"a(9).txt", "a(10).txt"},
-        {"x(old).txt", "x(1).txt"},
-        {"(3).txt", "(4).txt"},
-        {"a(b", "a(b(2)"},
-        {"r1.2.", "r12(2)"},
-        {"", "(2)"},
-        // The number is read after the first '(' only.
-        {"a(1)(5).txt", "a(2).txt"},
-        {"a( -3).txt", "a(-2).txt"},
-        {"a(2147483647).txt", "a(-2147483648).txt"},
-    };
-    for (const Row& r : rows) {
-        BFilename f = WithFile(r.file);
-        EXPECT_EQ(Text(f.GetNextUniqueName()), r.want) << r.file;
-        EXPECT_EQ(Text(f.GetFileName()), r.want);
-    }
-}
-
-TEST(BFilenamePath, SetZipPathSplitsMemberPath) {
-    struct Row {
-        const char* path;
-        const char* zipPath;
-        const char* file;
-    };
-    const Row rows[] = {
-        {"img/icons/a.png", "img/icons/", "a.png"},
-        {"img/", "img/", ""},
-        {"a.png", "", "a.png"},
-        {"sub/a?.png", "sub/", "a.png"},
-        {"a\\b", "a\\", "b"},
-        {"", "", ""},
-    };
-    for (const Row& r : rows) {
-        BFilename f = Make({"/d/", "z.zip", "old/", "old", "Disk"});
-        f.SetZipPath(r.path);
-        EXPECT_EQ(PartsOf(f), (FilenameParts{"/d/", "z.zip", r.zipPath, r.file, "Disk"})) << r.path;
-    }
-    // The member path is split at the object's own Mac and Windows delimiters.
-    BFilename g;
-    g.MACDelimiter(':');
-    g.SetZipPath("x:y/z");
-    EXPECT_EQ(PartsOf(g), (FilenameParts{"", "", "x:", "yz", ""}));
-}
-
-TEST(BFilenamePath, GetZipPathAddsTheTrailingDelimiter) {
-    struct Row {
-        const char* stored;
-        const char* want;
-    };
-    const Row rows[] = {{"img", "img/"}, {"", ""}, {"img\\", "img\\"}, {"img/", "img/"}};
-    for (const Row& r : rows) {
-        BFilename f = Make({"", "z.zip", r.stored, "f", ""});
-        EXPECT_EQ(Text(f.GetZipPath()), r.want) << r.stored;
-        EXPECT_EQ(PartsOf(f).zipPath, r.want) << r.stored;
-    }
-}
-
-TEST(BFilenamePath, UnZipFilenameKeepsTheArchive) {
-    BFilename f = Make({"/d/", "z.zip", "zp/", "f.txt", "Disk"});
-    EXPECT_EQ(Text(f.UnZipFilename()), "/d/\t\t\t\tDisk");
-    EXPECT_EQ(PartsOf(f), (FilenameParts{"/d/", "z.zip", "", "", "Disk"}));
-}
-
-TEST(BFilenamePath, DisplayNameShowsArchiveAndDisk) {
-    struct Row {
-        FilenameParts parts;
-        const char* want;
-        FilenameParts after;
-    };
-    const Row rows[] = {
-        {{"/a/", "", "", "b.txt", ""}, "/a/b.txt", {"/a/", "", "", "b.txt", ""}},
-        {{"/a/", "", "", "b.txt", "Disk"},
-         "/a/b.txt disk: 'Disk'.",
-         {"/a/", "", "", "b.txt", "Disk"}},
-        // Plain files show the path as it is, without normalising the directory.
-        {{"x", "", "zp", "f", ""}, "xf", {"x", "", "zp", "f", ""}},
-        {{"/Users/a/", "data.zip", "img", "x.png", "Backup"},
-         "/Users/a/data.zip>>img/x.png disk: 'Backup'.",
-         {"/Users/a/", "data.zip", "img/", "x.png", "Backup"}},
-        {{"d", "z.zip", "", "f", ""}, "d/z.zip>>f", {"d/", "z.zip", "", "f", ""}},
-    };
-    for (const Row& r : rows) {
-        BFilename f = Make(r.parts);
-        EXPECT_EQ(Text(f.GetDisplayName()), r.want) << r.parts;
-        EXPECT_EQ(PartsOf(f), r.after);
-    }
-}
-
-TEST(BFilenamePath, CompareOrdersStorageStringsIgnoringDiskNames) {
-    const BFilename a = Make({"/a/", "", "", "f", "Disk1"});
-    const BFilename b = Make({"/b/", "", "", "f", "Disk2"});
-    const BFilename a2 = Make({"/a/", "", "", "f", "Other"});
-    EXPECT_EQ(a.Compare(a), 0);
-    EXPECT_EQ(a.Compare(a2), 0);
-    EXPECT_EQ(a.Compare(b), 1);
-    EXPECT_EQ(b.Compare(a), -1);
-    // Case counts, and the zip fields take part.
-    EXPECT_NE(a.Compare(Make({"/A/", "", "", "f", ""})), 0);
-    EXPECT_EQ(a.Compare(Make({"/a/", "z.zip", "", "f", ""})), 1);
-    EXPECT_EQ(PartsOf(a).disk, "Disk1");
-    EXPECT_EQ(PartsOf(b).disk, "Disk2");
-}
-
-TEST(BFilenamePath, ToUpperLowerTitleCasesWordsAfterSpaceOrBackslash) {
-    struct Row {
-        const char* text;
-        const char* want;
-    };
-    const Row rows[] = {
-        {"", ""},       {"a/b d", "A/b D"}, {"my documents\\old FILES", "My Documents\\Old Files"},
-        {"ABC", "Abc"}, {" x", " X"},       {"1a b", "1a B"},
-    };
-    const BFilename f;
-    for (const Row& r : rows)
-        EXPECT_EQ(Text(f.ToUpperLower(r.text)), r.want) << r.text;
+TEST(BFilenamePath, ArchiveMembersDisplayAndOrder) {
+    Check({
+        {"SetZipPath", "\tz\to/\to\t", "i/j/a?.png", "\tz\ti/j/\ta.png\t"},
+        {"SetZipPath", "\tz\to/\to\t", "a\\b", "\tz\ta\\\tb\t"},
+        {"GetZipPath", "\tz\timg\tf\t", "", "img/"},
+        {"GetZipPath", "\tz\t\tf\t", "", ""},
+        {"UnZipFilename", "/d/\tz\tzp/\tf\tD", "", "/d/\t\t\t\tD/d/\tz\t\t\tD"},
+        {"GetDisplayName", "/a/\t\t\tb.txt\tD", "", "/a/b.txt disk: 'D'."},
+        // Plain files show the path as stored; members get directory and zip path normalised.
+        {"GetDisplayName", "x\t\tzp\tf\t", "", "xf"},
+        {"GetDisplayName", "d\tz.zip\timg\tx.png\t", "", "d/z.zip>>img/x.png"},
+        // Compare(other) orders other against this; disk names take no part.
+        {"Compare", "/a/\t\t\tf\tD1", "/a/\t\t\tf\tD2", "0"},
+        {"Compare", "/a/\t\t\tf\t", "/b/\t\t\tf\t", "1"},
+        {"Compare", "/a/\t\t\tf\t", "/a/\tz\t\tf\t", "1"},
+    });
 }

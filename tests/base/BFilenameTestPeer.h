@@ -1,24 +1,17 @@
-// BFilenameTestPeer.h — reads the five raw components of a filename for the tests, without going
-// through getters that normalise, and builds filenames from raw components.
+// BFilenameTestPeer.h — reads and writes the five raw components of a filename for the tests,
+// bypassing the getters and setters that normalise.
 #pragma once
 
 #include "base/BFilename.h"
+#include "base/StrTestProbe.h"
 
-#include <ostream>
+#include <array>
 #include <string>
 
-struct FilenameParts {
-    std::string dir, zip, zipPath, file, disk;
+using strtest::Text;
 
-    bool operator==(const FilenameParts& o) const {
-        return dir == o.dir && zip == o.zip && zipPath == o.zipPath && file == o.file &&
-               disk == o.disk;
-    }
-    friend std::ostream& operator<<(std::ostream& os, const FilenameParts& p) {
-        return os << "{dir '" << p.dir << "', zip '" << p.zip << "', zipPath '" << p.zipPath
-                  << "', file '" << p.file << "', disk '" << p.disk << "'}";
-    }
-};
+// Directory, zip name, zip path, file name, disk name.
+using FilenameParts = std::array<std::string, 5>;
 
 class BFilenameTestPeer {
 public:
@@ -26,23 +19,17 @@ public:
         return {Text(f.m_Directory), Text(f.m_ZipName), Text(f.m_ZipPath), Text(f.m_FileName),
                 Text(f.m_DiskName)};
     }
-    // A filename holding exactly these components (no normalisation).
-    static void Assign(BFilename& f, const FilenameParts& p) {
-        f.m_Directory = p.dir.c_str();
-        f.m_ZipName = p.zip.c_str();
-        f.m_ZipPath = p.zipPath.c_str();
-        f.m_FileName = p.file.c_str();
-        f.m_DiskName = p.disk.c_str();
+    // A filename holding exactly these components.
+    static BFilename Make(const FilenameParts& p) {
+        BFilename f;
+        f.m_Directory = p[0].c_str();
+        f.m_ZipName = p[1].c_str();
+        f.m_ZipPath = p[2].c_str();
+        f.m_FileName = p[3].c_str();
+        f.m_DiskName = p[4].c_str();
+        return f;
     }
-
-private:
-    static std::string Text(const Str& s) { return std::string(s, s.GetLength()); }
 };
 
-inline FilenameParts PartsOf(const BFilename& f) {
-    return BFilenameTestPeer::Parts(f);
-}
-
-inline void AssignParts(BFilename& f, const FilenameParts& p) {
-    BFilenameTestPeer::Assign(f, p);
-}
+inline constexpr auto PartsOf = &BFilenameTestPeer::Parts;
+inline constexpr auto Make = &BFilenameTestPeer::Make;

@@ -8,30 +8,17 @@
 #include <string>
 
 #if defined(__SANITIZE_ADDRESS__)
-#define STR_TEST_HEAP_PROBE 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define STR_TEST_HEAP_PROBE 1
-#endif
-#endif
-
-#ifdef STR_TEST_HEAP_PROBE
 extern "C" std::size_t __sanitizer_get_current_allocated_bytes();
 #endif
 
 namespace strtest {
 
 inline const StrImplementation::SBlock& Header(const Str& s) {
-    const char* p = s;
-    return *StrImplementation::SBlock::of(p);
-}
-
-inline const char* EmptyText() {
-    return Str::EmptyStr;
+    return *StrImplementation::SBlock::of(s);
 }
 
 inline bool OnEmptyBlock(const Str& s) {
-    return static_cast<const char*>(s) == EmptyText();
+    return static_cast<const char*>(s) == static_cast<const char*>(Str::EmptyStr);
 }
 
 // The text as the header's length describes it, embedded zeros included.
@@ -39,22 +26,18 @@ inline std::string Text(const Str& s) {
     return std::string(static_cast<const char*>(s), static_cast<std::size_t>(s.GetLength()));
 }
 
-// Heap bytes in use, exact only where the sanitizer's allocator reports them; tests that need it
-// skip themselves elsewhere.
-inline bool HaveHeapProbe() {
-#ifdef STR_TEST_HEAP_PROBE
-    return true;
-#else
-    return false;
-#endif
-}
-
+// Heap bytes in use, exact only under the sanitizer's allocator; tests that need it skip
+// themselves elsewhere.
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool kHaveHeapProbe = true;
 inline long long HeapBytes() {
-#ifdef STR_TEST_HEAP_PROBE
     return static_cast<long long>(__sanitizer_get_current_allocated_bytes());
-#else
-    return 0;
-#endif
 }
+#else
+constexpr bool kHaveHeapProbe = false;
+inline long long HeapBytes() {
+    return 0;
+}
+#endif
 
 } // namespace strtest

@@ -56,42 +56,32 @@ TEST(UserDefaultsMerge, RandomChangesOfThreeStoresFollowTheMergeRule) {
         store = std::make_unique<UserDefaults>(file);
 
     auto randomValue = [&]() -> Object {
-        switch (random() % 3) {
-        case 0:
-            return std::string(1 + random() % 3, static_cast<char>('x' + random() % 3));
-        case 1:
-            return static_cast<std::int32_t>(random() % 5) - 2;
-        default:
-            return UserDefaults::Bytes(random() % 3, static_cast<unsigned char>(random()));
-        }
+        unsigned kind = random() % 3, size = random() % 3;
+        char c = static_cast<char>('x' + random() % 3);
+        if (kind == 0)
+            return std::string(1 + size, c);
+        return kind == 1 ? Object(static_cast<std::int32_t>(size) - 1)
+                         : Object(UserDefaults::Bytes(size, static_cast<unsigned char>(c)));
     };
 
     for (int step = 0; step < 400; ++step) {
         int which = static_cast<int>(random() % 3);
         const std::string& key = keys[random() % 5];
-        switch (random() % 6) {
-        case 0:
-        case 1: {
-            Object value = randomValue();
+        const unsigned action = random() % 6;
+        if (action < 3) { // set twice as often as remove
+            std::optional<Object> value;
+            if (action < 2)
+                value = randomValue();
             stores[which]->setObject(value, key);
             models[which].pending[key] = value;
-            break;
-        }
-        case 2:
-            stores[which]->removeObjectForKey(key);
-            models[which].pending[key] = std::nullopt;
-            break;
-        case 3:
-        case 4:
+        } else if (action < 5) {
             ASSERT_TRUE(stores[which]->synchronize()) << "seed " << seed;
             models[which].synchronize(modelFile);
-            break;
-        default: // a process ends (its changes are written) and another starts
+        } else { // a process ends (its changes are written) and another starts
             stores[which].reset();
             models[which].synchronize(modelFile);
             stores[which] = std::make_unique<UserDefaults>(file);
             models[which] = ModelStore{modelFile, {}};
-            break;
         }
         for (int s = 0; s < 3; ++s)
             for (const std::string& k : keys)

@@ -40,7 +40,3 @@ inline void WriteBytes(const std::string& path, const std::string& bytes) {
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
     out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
 }
-
-inline bool Exists(const std::string& path) {
-    return std::filesystem::exists(path);
-}
