@@ -7,7 +7,9 @@ BUILD_TEST   ?= build-asan
 BUILD_BENCH  ?= build-bench
 BUILD_FUZZ   ?= build-fuzz
 BUILD_COV    ?= build-coverage
+BUILD_MEMCHECK ?= build-memcheck
 FUZZ_SECONDS ?= 60
+FUZZ_SMOKE_SECONDS ?= 3
 CMAKE        ?= cmake
 
 PACKAGES := cmake g++ make pkg-config libplist-dev libplist-utils libgtest-dev libbenchmark-dev
@@ -33,6 +35,11 @@ test: deps
 	$(CMAKE) --build $(BUILD_TEST) -j$(JOBS)
 	cd $(BUILD_TEST) && ASAN_OPTIONS=detect_leaks=1:abort_on_error=0 UBSAN_OPTIONS=print_stacktrace=1 \
 		ctest --output-on-failure -j$(JOBS)
+	@if ./scripts/have-fuzzer; then \
+		$(MAKE) --no-print-directory fuzz FUZZ_SECONDS=$(FUZZ_SMOKE_SECONDS); \
+	else \
+		echo "fuzz smoke pass skipped: clang++ with the libFuzzer runtime (libclang-rt-14-dev) is not installed"; \
+	fi
 
 # Benchmarks: every program runs BENCH_REPS times (the report takes medians, since the machine may
 # be busy), keeps its JSON in the build folder, and scripts/bench-report sets library and peer side
@@ -52,7 +59,9 @@ bench: deps
 	@./scripts/bench-report $(addprefix $(BUILD_BENCH)/,$(addsuffix .json,$(BENCH_PROGRAMS)))
 
 # Fuzzing: every target runs for FUZZ_SECONDS on a scratch copy of its seed corpus, so the corpus in
-# the tree only changes when someone copies a finding into it.
+# the tree only changes when someone copies a finding into it. A target with a dictionary
+# (fuzz/<what>.dict) gets it. A fuzz binary given files instead of a folder runs exactly those
+# inputs once: build-fuzz/fuzz_<what> crash-file reproduces a finding.
 FUZZ_TARGETS := $(patsubst fuzz/fuzz_%.cpp,%,$(wildcard fuzz/fuzz_*.cpp))
 
 fuzz: deps
@@ -60,11 +69,45 @@ fuzz: deps
 		-DBKGCOLORS_TESTS=OFF -DBKGCOLORS_SANITIZE=ON -DBKGCOLORS_FUZZ=ON
 	$(CMAKE) --build $(BUILD_FUZZ) -j$(JOBS) --target $(addprefix fuzz_,$(FUZZ_TARGETS))
 	@for t in $(FUZZ_TARGETS); do \
+		dict=""; [ -f fuzz/$$t.dict ] && dict="-dict=$(CURDIR)/fuzz/$$t.dict"; \
 		rm -rf $(BUILD_FUZZ)/corpus-$$t && cp -r fuzz/corpus/$$t $(BUILD_FUZZ)/corpus-$$t && \
 		echo "fuzz_$$t: $(FUZZ_SECONDS) s" && \
-		(cd $(BUILD_FUZZ) && ./fuzz_$$t -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 corpus-$$t) \
+		(cd $(BUILD_FUZZ) && ./fuzz_$$t -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 \
+			$$dict corpus-$$t) || exit 1; \
+	done
+
+# Leak check: a plain Debug build (no sanitizers) of the unit tests, each program run under
+# valgrind. Children forked by death tests and store tests run silently (they stop without
+# cleaning up); programs the tests start are not traced. The killed-writer test needs a writer to
+# finish a synchronise within milliseconds, which valgrind's pace does not allow, so it is left to
+# `make test`.
+MEMCHECK_PROGRAMS := test_base test_platform test_prefs test_pane test_tools
+MEMCHECK_FILTER   := -StoreFault.KilledWriterLeavesTheOldFileOrTheNewOneWhole
+VALGRIND := valgrind --tool=memcheck --leak-check=full --errors-for-leak-kinds=definite \
+	--error-exitcode=1 --trace-children=no --child-silent-after-fork=yes --quiet
+
+memcheck: deps
+	@./scripts/install-deps valgrind
+	$(CMAKE) -S . -B $(BUILD_MEMCHECK) -DCMAKE_BUILD_TYPE=Debug -DBKGCOLORS_WERROR=ON
+	$(CMAKE) --build $(BUILD_MEMCHECK) -j$(JOBS)
+	@for p in $(MEMCHECK_PROGRAMS); do \
+		echo "valgrind $$p"; \
+		BKGCOLORS_BIN=$(CURDIR)/$(BUILD_MEMCHECK)/bin \
+		BKGCOLORS_PLUGIN=$(CURDIR)/$(BUILD_MEMCHECK)/lib/bkgcolors/bkgcolors-pane.so \
+			$(VALGRIND) $(BUILD_MEMCHECK)/bin/$$p --gtest_brief=1 --gtest_filter='$(MEMCHECK_FILTER)' \
 			|| exit 1; \
 	done
+
+# Coverage: an instrumented build, the whole test suite, then line and branch figures per folder.
+coverage: deps
+	@./scripts/install-deps gcovr
+	$(CMAKE) -S . -B $(BUILD_COV) -DCMAKE_BUILD_TYPE=Debug -DBKGCOLORS_COVERAGE=ON
+	$(CMAKE) --build $(BUILD_COV) -j$(JOBS)
+	find $(BUILD_COV) -name '*.gcda' -delete
+	cd $(BUILD_COV) && ctest -j$(JOBS) --output-on-failure
+	gcovr -r . --object-directory $(BUILD_COV) --filter '(base|prefs|platform|pane|tools)/' \
+		--exclude-throw-branches --csv $(BUILD_COV)/coverage.csv
+	@./scripts/coverage-summary $(BUILD_COV)/coverage.csv
 
 install: build
 	$(CMAKE) --install $(BUILD) --prefix $(or $(PREFIX),/usr/local)
@@ -73,4 +116,4 @@ format:
 	clang-format -i $$(git ls-files '*.h' '*.cpp')
 
 clean:
-	rm -rf $(BUILD) $(BUILD_TEST) $(BUILD_BENCH) $(BUILD_FUZZ) $(BUILD_COV)
+	rm -rf $(BUILD) $(BUILD_TEST) $(BUILD_BENCH) $(BUILD_FUZZ) $(BUILD_COV) $(BUILD_MEMCHECK)

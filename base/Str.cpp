@@ -67,6 +67,10 @@ SBlock* STR_get_block_rls(int capacity) {
     // Callers pass capacities of the form 64*k - 1; forcing it here keeps a stray request from
     // receiving a smaller pooled block of the same chain.
     capacity = (capacity < 0 ? 0 : capacity) | 63;
+    // The block's byte count (header, text, terminator) must stay an int like every size the
+    // pool computes; a larger request is one the heap would not serve anyway.
+    if (capacity > INT_MAX - kHeaderBytes - 1)
+        throw std::bad_alloc();
     SBlock* b = nullptr;
     if (Pooled(capacity)) {
         const int i = ChainOf(capacity);

@@ -74,6 +74,7 @@ TEST(StrHandle, ExceptionsHoldAValidCopyOfTheString) {
     Str s("keep");
     const char* p = s;
     EXPECT_THROW(s.AppendChars(p, INT_MAX), std::bad_alloc);
+    EXPECT_THROW(s.Preallocate(INT_MAX), std::bad_alloc);
     EXPECT_EQ(P(s), p);
     EXPECT_EQ(Text(s), "keep");
 }
