@@ -22,7 +22,7 @@ deps:
 	@./scripts/install-deps $(PACKAGES)
 
 $(BUILD)/CMakeCache.txt: | deps
-	$(CMAKE) -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DBKGCOLORS_WERROR=ON
+	$(CMAKE) -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DBKGCOLORS_WERROR=ON -DBKGCOLORS_TESTS=OFF
 
 build: deps $(BUILD)/CMakeCache.txt
 	$(CMAKE) --build $(BUILD) -j$(JOBS)
