@@ -18,8 +18,7 @@ bool IsInline(const BMetaData& item) {
 // runs of up to 8 bytes live inside the item.
 TEST(BMetaData, ReadsItemRecords) {
     const Bytes eight = {1, 2, 3, 4, 5, 6, 7, 8}, nine = {1, 2, 3, 4, 5, 6, 7, 8, 9};
-    Bytes big(4097, 0);
-    big[0] = 0xAA;
+    const Bytes big = Concat({{0xAA}, Bytes(4096, 0)});
     const struct {
         const char* reason;
         Bytes stream, data;
@@ -31,7 +30,7 @@ TEST(BMetaData, ReadsItemRecords) {
         {"truncated: no size at all", {}, {}, 0},
         {"truncated: missing data bytes stay zero", {3, 0, 0, 0, 0x61}, {0x61, 0, 0}, 5},
         {"truncated: size cut short reads its low bytes", {2, 0}, {0, 0}, 2},
-        {"truncated: 4096 bytes short is still believed", {0x01, 0x10, 0, 0, 0xAA}, big, 5},
+        {"truncated: 4096 missing bytes are believed", {1, 16, 0, 0, 0xAA}, big, 5},
         {"corrupt: a size beyond belief keeps what remains", {0x02, 0x10, 0, 0, 0xAA}, {0xAA}, 5},
         {"corrupt: the largest size", {0xFF, 0xFF, 0xFF, 0xFF, 0x61, 0x62}, {0x61, 0x62}, 6},
     };
@@ -48,19 +47,16 @@ TEST(BMetaData, ReadsItemRecords) {
 
 TEST(BMetaData, WritesItemRecordsAndReadsThemBack) {
     for (const char* text : {"", "1234567", "12345678"}) {
-        BMetaData item;
+        BMetaData item, back;
         item.SetData(text);
         BMemFile f;
         item.Write(f, 1);
-        const std::size_t n = std::strlen(text);
-        Bytes expected{static_cast<unsigned char>(n ? n + 1 : 0), 0, 0, 0};
-        expected.insert(expected.end(), text, text + (n ? n + 1 : 0));
-        EXPECT_EQ(Written(f), expected) << text;
+        const Bytes size{static_cast<unsigned char>(item.m_size), 0, 0, 0};
+        EXPECT_EQ(Written(f), Concat({size, DataOf(item)})) << text;
         f.Seek(0, 0);
-        BMetaData back(item);
         back.Read(f, 1);
         EXPECT_EQ(DataOf(back), DataOf(item)) << text;
-        EXPECT_EQ(IsInline(back), n < 8) << text;
+        EXPECT_EQ(IsInline(back), std::strlen(text) < 8) << text;
     }
 }
 
@@ -81,8 +77,7 @@ TEST(BMetaData, CompareDataOverTheCommonLength) {
         const auto* p = reinterpret_cast<const unsigned char*>(r.other);
         const int result =
             item.CompareData(p, r.other ? static_cast<unsigned int>(std::strlen(r.other)) : 2);
-        EXPECT_EQ((result > 0) - (result < 0), r.sign)
-            << r.item << " / " << (r.other ? r.other : "null");
+        EXPECT_EQ((result > 0) - (result < 0), r.sign) << "row " << &r - rows;
     }
 }
 

@@ -36,10 +36,10 @@ std::string Lower(std::string s) {
 }
 
 // A search runs from start up to the next zero byte; an empty needle is never found.
-int ModelFind(const std::string& text, const std::string& needle, std::size_t start) {
-    if (needle.empty() || start > text.size())
+int ModelFind(const std::string& text, const std::string& needle, std::size_t from) {
+    if (needle.empty() || from > text.size())
         return -1;
-    const std::size_t at = text.substr(0, text.find('\0', start)).find(needle, start);
+    const std::size_t at = text.substr(0, text.find('\0', from)).find(needle, from);
     return at == std::string::npos ? -1 : static_cast<int>(at);
 }
 
@@ -53,41 +53,30 @@ int ModelReplace(std::string& s, const std::string& find, const std::string& rep
     return count;
 }
 
-Str MakeStr(const std::string& s) {
-    Str r;
-    r.AppendChars(s.data(), static_cast<int>(s.size()));
-    return r;
-}
-
 TEST(FastPathModelTest, StrSearchReplaceAndAppendMatchStdString) {
     std::mt19937 rng(kSeed);
     for (int step = 0; step < 6000; ++step) {
         SCOPED_TRACE("seed " + std::to_string(kSeed) + ", step " + std::to_string(step));
         const std::string raw = RandomText(rng, step % 3 == 0 ? 300 : 60, true);
         const std::string needle = RandomText(rng, 3, false), repl = RandomText(rng, 5, false);
-        const std::size_t start = rng() % (raw.size() + 3);
-        const bool nocase = rng() % 2;
-        Str str = MakeStr(raw);
-        const bool shared = rng() % 2;
+        const int start = static_cast<int>(rng() % (raw.size() + 3));
+        Str str;
+        str.AppendChars(raw.data(), static_cast<int>(raw.size()));
+        const bool nocase = rng() % 2, shared = rng() % 2;
         const Str otherHolder = shared ? str : Str();
-        const int s = static_cast<int>(start);
-        EXPECT_EQ(str.Find(needle.c_str(), s), ModelFind(raw, needle, start))
-            << raw << "/" << needle;
+        EXPECT_EQ(str.Find(needle.c_str(), start), ModelFind(raw, needle, start)) << raw;
         Str lower(str);
         lower.Str_MakeUL(0);
-        EXPECT_EQ(str.FindNoCase(needle.c_str(), s), lower.Find(Lower(needle).c_str(), s))
-            << raw << " / " << needle << " from " << start;
+        EXPECT_EQ(str.FindNoCase(needle.c_str(), start), lower.Find(Lower(needle).c_str(), start));
 
         std::string model = raw;
-        if (!needle.empty()) {
-            EXPECT_EQ(StrImplementation::STR_ReplaceCore(str, needle.c_str(), repl.c_str(), nocase),
-                      ModelReplace(model, needle, repl, nocase));
-        }
-        for (std::size_t n = rng() % 70; n-- > 0;) {
-            model += repl.empty() ? 'z' : repl[0];
-            str.AppendChar(model.back());
-        }
-        ASSERT_EQ(Text(str), model) << raw << " / " << needle << " / " << repl << " " << nocase;
+        // Replace-all needs a needle.
+        const std::string find = needle.empty() ? "a" : needle;
+        EXPECT_EQ(StrImplementation::STR_ReplaceCore(str, find.c_str(), repl.c_str(), nocase),
+                  ModelReplace(model, find, repl, nocase));
+        for (std::size_t n = rng() % 70; n-- > 0;)
+            str.AppendChar((model += "abAB."[rng() % 5]).back());
+        ASSERT_EQ(Text(str), model) << raw << " / " << find << " / " << repl;
         EXPECT_EQ(static_cast<const char*>(str)[str.GetLength()], 0);
         EXPECT_EQ(Text(otherHolder), shared ? raw : "") << "a sharer keeps its text";
     }
@@ -114,12 +103,11 @@ TEST(FastPathModelTest, MemFileWritesMatchExactGrowth) {
         SCOPED_TRACE("seed " + std::to_string(kSeed + 3) + ", run " + std::to_string(run));
         BMemFile file;
         MemFileModel model;
-        model.growBy = run % 3 == 0 ? 0 : 1 + rng() % 64;
+        model.growBy = run % 3 == 0 ? 0 : run % 3 == 1 ? 1 + rng() % 64 : BMemFile::kDefaultGrowBy;
         file.SetGrowBy(model.growBy);
         for (int step = 0; step < 300; ++step) {
             unsigned char bytes[40];
-            for (unsigned char& b : bytes)
-                b = static_cast<unsigned char>(rng());
+            std::generate(bytes, bytes + 40, [&] { return static_cast<unsigned char>(rng()); });
             const unsigned int n = rng() % 40, action = rng() % 6;
             if (action == 0) {
                 file.Write(bytes, n);
@@ -136,12 +124,14 @@ TEST(FastPathModelTest, MemFileWritesMatchExactGrowth) {
                 file.Reuse();
                 std::fill(model.bytes.begin(), model.bytes.end(), 0);
                 model.length = model.position = 0;
-            } else if (action == 5 && n < 3) {
+            } else if (action == 5 && n == 0) {
                 unsigned char* taken = file.Detach();
                 ASSERT_EQ(taken == nullptr, model.bytes.empty());
+                // Detach resets the grow-by; Attach takes the buffer as it is, keeping it.
+                model.growBy = BMemFile::kDefaultGrowBy;
                 if (taken != nullptr)
                     file.Attach(taken, static_cast<int>(model.length));
-                file.SetGrowBy(model.growBy);
+                ASSERT_EQ(file.m_buffer, taken);
                 model.bytes.resize(model.length);
                 model.position = 0;
             }
