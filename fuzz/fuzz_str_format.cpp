@@ -60,7 +60,7 @@ struct Arg {
 struct Piece {
     std::string literal;
     std::string prefix; // between '%' and the letter
-    char letter = 0;    // 0: no conversion; 1: the format ends inside the specification
+    char letter = 0;    // 0: no conversion; 1: the format ends inside the conversion
     int stars[3] = {};
     int nstars = 0;
     bool canonical = true; // prefix in printf's own order
