@@ -81,30 +81,15 @@ TEST(StrFormat, RandomNumericConversionsMatchSnprintf) {
         stars == 0 ? same(value) : stars == 1 ? same(s1, value) : same(s1, s2, value);
     };
     for (int iter = 0; iter < 6000 && !::testing::Test::HasFailure(); ++iter) {
-        switch (iter % 7) {
-        case 0:
-            check(conversion({"", "h", "hh"}, "diouxX"), static_cast<int>(randomInt()));
-            break;
-        case 1:
-            check(conversion({"l"}, "diouxX"), static_cast<long>(randomInt()));
-            break;
-        case 2:
-            check(conversion({"ll"}, "diouxX"), randomInt());
-            break;
-        case 3:
-            check(conversion({"", "l"}, "eEfgG"), randomDouble());
-            break;
-        case 4:
-            check(conversion({"L"}, "eEfgG"), static_cast<long double>(randomDouble()));
-            break;
-        case 5:
-            check(conversion({""}, "c"), pick(32, 126));
-            break;
-        default:
-            check(conversion({""}, "p"),
-                  reinterpret_cast<void*>(static_cast<std::uintptr_t>(randomInt())));
-            break;
-        }
+        const int k = iter % 7;
+        k == 0   ? check(conversion({"", "h", "hh"}, "diouxX"), static_cast<int>(randomInt()))
+        : k == 1 ? check(conversion({"l"}, "diouxX"), static_cast<long>(randomInt()))
+        : k == 2 ? check(conversion({"ll"}, "diouxX"), randomInt())
+        : k == 3 ? check(conversion({"", "l"}, "eEfgG"), randomDouble())
+        : k == 4 ? check(conversion({"L"}, "eEfgG"), static_cast<long double>(randomDouble()))
+        : k == 5 ? check(conversion({""}, "c"), pick(32, 126))
+                 : check(conversion({""}, "p"),
+                         reinterpret_cast<void*>(static_cast<std::uintptr_t>(randomInt())));
     }
 }
 
@@ -112,11 +97,7 @@ TEST(StrFormat, EngineConversionsTable) {
     const Str x("x");
     Str zero("a");
     zero.AppendChars("\0b", 2);
-    struct Row {
-        std::string got;
-        std::string expected;
-        const char* why;
-    } rows[] = {
+    const std::tuple<std::string, std::string, const char*> rows[] = {
         {Fmt("a%5%b"), "a%b", "percent with a prefix: the prefix is dropped"},
         {Fmt("%.s|%.0s|", "abc", "abc"), "abc||", "a '.' alone is no precision"},
         {Fmt("%.2S", L"\x263Aide"), "?i", "wide string, unconvertible character"},
@@ -127,8 +108,8 @@ TEST(StrFormat, EngineConversionsTable) {
         {Fmt("%5-d|%LLd|%d", 1, 1LL, 2), "%5-d|%LLd|2", "printf's grammar refused"},
         {Fmt("%99999999999d|", 5), "|", "a width printf cannot reach gives nothing"},
     };
-    for (const Row& r : rows)
-        EXPECT_EQ(r.got, r.expected) << r.why;
+    for (const auto& [got, expected, why] : rows)
+        EXPECT_EQ(got, expected) << why;
     Str wide;
     wide.Format(L"%s+%S=%d", L"wide", "narrow", 3);
     EXPECT_EQ(Text(wide), "wide+narrow=3");
@@ -169,11 +150,7 @@ TEST(StrFormat, ErrorsKeepTextFormattedBefore) {
 }
 
 TEST(StrFormat, EstimateSizesTheFirstBlock) {
-    struct Row {
-        int capacity;
-        Str s;
-        const char* why;
-    } rows[] = {
+    const std::tuple<int, Str, const char*> rows[] = {
         {191, Str().Format("%s", "x"), "128 for the string, 1 for the letter"},
         {63, Str().Format("abc"), "three ordinary characters"},
         {127, Str().Format("%d%d%d", 1, 2, 3), "3 * 33"},
@@ -182,8 +159,8 @@ TEST(StrFormat, EstimateSizesTheFirstBlock) {
         {63, Str().Format("% s", "x"), "only the character behind '%' counts"},
         {319, Str().Format(L"%s%s", L"x", L"y"), "the narrowed wide format: 2 * 129"},
     };
-    for (const auto& r : rows)
-        EXPECT_EQ(strtest::Header(r.s).capacity, r.capacity) << r.why;
+    for (const auto& [capacity, s, why] : rows)
+        EXPECT_EQ(strtest::Header(s).capacity, capacity) << why;
 }
 
 TEST(StrFormat, ArgumentsMayComeFromTheStringBeingFormatted) {
