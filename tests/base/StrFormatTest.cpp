@@ -43,7 +43,7 @@ TEST(StrFormat, RandomNumericConversionsMatchSnprintf) {
     int stars = 0;
     // A conversion with random flags, width and precision (either may be a star), one of the
     // length modifiers and one of the letters.
-    auto conversion = [&](const std::vector<std::string>& lengths, const std::string& letters) {
+    auto conversion = [&](const std::vector<const char*>& lengths, const std::string& letters) {
         std::string s = "<%";
         stars = 0;
         for (int i = pick(0, 3); i > 0; --i)
@@ -58,19 +58,14 @@ TEST(StrFormat, RandomNumericConversionsMatchSnprintf) {
             if (chance(80))
                 number(200, 12);
         }
-        return s +
-               lengths[static_cast<std::size_t>(pick(0, static_cast<int>(lengths.size()) - 1))] +
-               letters[static_cast<std::size_t>(pick(0, 5)) % letters.size()] + ">";
+        return s + lengths[rng() % lengths.size()] + letters[rng() % letters.size()] + ">";
     };
-    const long long intEdges[] = {0, -1, INT_MAX, INT_MIN, LLONG_MAX, LLONG_MIN};
-    auto randomInt = [&] {
-        return chance(30) ? intEdges[pick(0, 5)] : static_cast<long long>(rng());
-    };
-    const double dblEdges[] = {-0.0, 0.5, 1e300, -1e-300, DBL_MAX, DBL_MIN, HUGE_VAL, NAN};
+    const long long ints[] = {0, -1, INT_MAX, INT_MIN, LLONG_MAX, LLONG_MIN};
+    const double reals[] = {-0.0, 0.5, 1e300, -1e-300, DBL_MAX, DBL_MIN, HUGE_VAL, NAN};
+    auto randomInt = [&] { return chance(30) ? ints[pick(0, 5)] : static_cast<long long>(rng()); };
+    std::uniform_real_distribution<double> unit(-1, 1);
     auto randomDouble = [&] {
-        return chance(30)
-                   ? dblEdges[pick(0, 7)]
-                   : std::ldexp(std::uniform_real_distribution<double>(-1, 1)(rng), pick(-60, 60));
+        return chance(30) ? reals[pick(0, 7)] : std::ldexp(unit(rng), pick(-60, 60));
     };
     auto check = [&](const std::string& f, auto value) {
         const int s1 = chance(20) ? -pick(0, 30) : pick(0, 30), s2 = pick(-5, 30);
@@ -81,30 +76,15 @@ TEST(StrFormat, RandomNumericConversionsMatchSnprintf) {
         stars == 0 ? same(value) : stars == 1 ? same(s1, value) : same(s1, s2, value);
     };
     for (int iter = 0; iter < 6000 && !::testing::Test::HasFailure(); ++iter) {
-        switch (iter % 7) {
-        case 0:
-            check(conversion({"", "h", "hh"}, "diouxX"), static_cast<int>(randomInt()));
-            break;
-        case 1:
-            check(conversion({"l"}, "diouxX"), static_cast<long>(randomInt()));
-            break;
-        case 2:
-            check(conversion({"ll"}, "diouxX"), randomInt());
-            break;
-        case 3:
-            check(conversion({"", "l"}, "eEfgG"), randomDouble());
-            break;
-        case 4:
-            check(conversion({"L"}, "eEfgG"), static_cast<long double>(randomDouble()));
-            break;
-        case 5:
-            check(conversion({""}, "c"), pick(32, 126));
-            break;
-        default:
-            check(conversion({""}, "p"),
-                  reinterpret_cast<void*>(static_cast<std::uintptr_t>(randomInt())));
-            break;
-        }
+        const int k = iter % 7;
+        k == 0   ? check(conversion({"", "h", "hh"}, "diouxX"), static_cast<int>(randomInt()))
+        : k == 1 ? check(conversion({"l"}, "diouxX"), static_cast<long>(randomInt()))
+        : k == 2 ? check(conversion({"ll"}, "diouxX"), randomInt())
+        : k == 3 ? check(conversion({"", "l"}, "eEfgG"), randomDouble())
+        : k == 4 ? check(conversion({"L"}, "eEfgG"), static_cast<long double>(randomDouble()))
+        : k == 5 ? check(conversion({""}, "c"), pick(32, 126))
+                 : check(conversion({""}, "p"),
+                         reinterpret_cast<void*>(static_cast<std::uintptr_t>(randomInt())));
     }
 }
 
@@ -112,11 +92,7 @@ TEST(StrFormat, EngineConversionsTable) {
     const Str x("x");
     Str zero("a");
     zero.AppendChars("\0b", 2);
-    struct Row {
-        std::string got;
-        std::string expected;
-        const char* why;
-    } rows[] = {
+    const std::tuple<std::string, std::string, const char*> rows[] = {
         {Fmt("a%5%b"), "a%b", "percent with a prefix: the prefix is dropped"},
         {Fmt("%.s|%.0s|", "abc", "abc"), "abc||", "a '.' alone is no precision"},
         {Fmt("%.2S", L"\x263Aide"), "?i", "wide string, unconvertible character"},
@@ -127,8 +103,8 @@ TEST(StrFormat, EngineConversionsTable) {
         {Fmt("%5-d|%LLd|%d", 1, 1LL, 2), "%5-d|%LLd|2", "printf's grammar refused"},
         {Fmt("%99999999999d|", 5), "|", "a width printf cannot reach gives nothing"},
     };
-    for (const Row& r : rows)
-        EXPECT_EQ(r.got, r.expected) << r.why;
+    for (const auto& [got, expected, why] : rows)
+        EXPECT_EQ(got, expected) << why;
     Str wide;
     wide.Format(L"%s+%S=%d", L"wide", "narrow", 3);
     EXPECT_EQ(Text(wide), "wide+narrow=3");
@@ -137,13 +113,13 @@ TEST(StrFormat, EngineConversionsTable) {
 TEST(StrFormat, AppendersKeepThePresentText) {
     char buf[8];
     const std::pair<std::string, std::string> rows[] = {
+        {std::to_string(StrImplementation::STR_sprintf_i(buf, sizeof buf, "%04d", 7)) + buf,
+         "40007"},
         {Text(Str("ab").AppendFormat("%d", 1)), "ab1"},
         {Text(Str("n=").AppendInt(-42)), "n=-42"},
         {Text(Str().AppendFloat(1.5f, 40)), "1.5" + std::string(31, '0')},
         {Text(Str().AppendDouble(2.0, 0)), "2"},
         {Text(Str().AppendDouble(0.125, 100)), "0.125" + std::string(45, '0')},
-        {std::to_string(StrImplementation::STR_sprintf_i(buf, sizeof buf, "%04d", 7)) + buf,
-         "40007"},
     };
     for (const auto& [got, expected] : rows)
         EXPECT_EQ(got, expected);
@@ -169,11 +145,7 @@ TEST(StrFormat, ErrorsKeepTextFormattedBefore) {
 }
 
 TEST(StrFormat, EstimateSizesTheFirstBlock) {
-    struct Row {
-        int capacity;
-        Str s;
-        const char* why;
-    } rows[] = {
+    const std::tuple<int, Str, const char*> rows[] = {
         {191, Str().Format("%s", "x"), "128 for the string, 1 for the letter"},
         {63, Str().Format("abc"), "three ordinary characters"},
         {127, Str().Format("%d%d%d", 1, 2, 3), "3 * 33"},
@@ -182,8 +154,8 @@ TEST(StrFormat, EstimateSizesTheFirstBlock) {
         {63, Str().Format("% s", "x"), "only the character behind '%' counts"},
         {319, Str().Format(L"%s%s", L"x", L"y"), "the narrowed wide format: 2 * 129"},
     };
-    for (const auto& r : rows)
-        EXPECT_EQ(strtest::Header(r.s).capacity, r.capacity) << r.why;
+    for (const auto& [capacity, s, why] : rows)
+        EXPECT_EQ(strtest::Header(s).capacity, capacity) << why;
 }
 
 TEST(StrFormat, ArgumentsMayComeFromTheStringBeingFormatted) {

@@ -23,9 +23,8 @@ std::string Lower(std::string s) {
     return s;
 }
 
-int Pos(std::size_t p) {
-    return p == std::string::npos ? -1 : static_cast<int>(p);
-}
+const auto Z = [](int n) { return static_cast<std::size_t>(n); };
+const auto Pos = [](std::size_t p) { return p == std::string::npos ? -1 : static_cast<int>(p); };
 
 // The non-empty tokens of s between delimiters of set, as Tokenize returns them in turn.
 std::vector<std::string> Tokens(const Str& s, const char* set) {
@@ -46,36 +45,29 @@ TEST(StrSearch, RandomSearchesMatchStdString) {
     SCOPED_TRACE("seed " + std::to_string(seed) + " (rerun with STR_TEST_SEED)");
     std::mt19937 rng(seed);
     auto pick = [&](int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng); };
-    const std::string alphabet = "abAB,;\xC8";
+    const char* const alphabet = "abAB,;\xC8";
     auto randomText = [&](int maxLen) {
-        std::string t(static_cast<std::size_t>(pick(0, maxLen)), 'a');
+        std::string t(Z(pick(0, maxLen)), 'a');
         for (char& c : t)
-            c = alphabet[static_cast<std::size_t>(pick(0, 6))];
+            c = alphabet[pick(0, 6)];
         return t;
     };
     for (int iter = 0; iter < 4000 && !::testing::Test::HasFailure(); ++iter) {
-        const std::string m = randomText(iter % 10 == 0 ? 200 : 12), lm = Lower(m);
-        const Str s(m.c_str());
-        const int len = static_cast<int>(m.size());
-        const char ch = alphabet[static_cast<std::size_t>(pick(0, 6))], lch = Lower({ch})[0];
-        const std::string what = randomText(3);
-        const int start = pick(0, len), back = len ? pick(-1, len - 1) : -1,
-                  from = pick(0, len + 2);
         SCOPED_TRACE("iteration " + std::to_string(iter));
-        const std::size_t b = back < 0 ? std::string::npos : static_cast<std::size_t>(back);
-        const std::size_t f = static_cast<std::size_t>(from);
-        EXPECT_EQ(s.Find(ch, start), Pos(m.find(ch, static_cast<std::size_t>(start))));
-        EXPECT_EQ(s.FindNoCase(ch, start), Pos(lm.find(lch, static_cast<std::size_t>(start))));
-        if (len > 0) {
-            EXPECT_EQ(s.ReverseFind(ch, back), Pos(m.rfind(ch, b)));
-            EXPECT_EQ(s.ReverseFindNoCase(ch, back), Pos(lm.rfind(lch, b)));
-        }
-        EXPECT_EQ(s.Find(what.c_str(), from), what.empty() ? -1 : Pos(m.find(what, f)));
-        EXPECT_EQ(s.FindNoCase(what.c_str(), from),
-                  what.empty() ? -1 : Pos(lm.find(Lower(what), f)));
-        if (!what.empty() && (start == 0 || start < len)) {
-            EXPECT_EQ(s.FindOneOf(what.c_str(), start),
-                      Pos(m.find_first_of(what, static_cast<std::size_t>(start))));
+        const std::string m = randomText(iter % 10 == 0 ? 200 : 12), lm = Lower(m),
+                          w = randomText(3);
+        const Str s(m.c_str());
+        const int len = static_cast<int>(m.size()), start = pick(0, len), from = pick(0, len + 2);
+        const int back = len ? pick(-1, len - 1) : -1;
+        const char ch = alphabet[pick(0, 6)], lch = Lower({ch})[0];
+        EXPECT_EQ(s.Find(ch, start), Pos(m.find(ch, Z(start))));
+        EXPECT_EQ(s.FindNoCase(ch, start), Pos(lm.find(lch, Z(start))));
+        EXPECT_EQ(len ? s.ReverseFind(ch, back) : -1, Pos(m.rfind(ch, Z(back))));
+        EXPECT_EQ(len ? s.ReverseFindNoCase(ch, back) : -1, Pos(lm.rfind(lch, Z(back))));
+        EXPECT_EQ(s.Find(w.c_str(), from), w.empty() ? -1 : Pos(m.find(w, Z(from))));
+        EXPECT_EQ(s.FindNoCase(w.c_str(), from), w.empty() ? -1 : Pos(lm.find(Lower(w), Z(from))));
+        if (!w.empty() && (start == 0 || start < len)) {
+            EXPECT_EQ(s.FindOneOf(w.c_str(), start), Pos(m.find_first_of(w, Z(start))));
         }
         std::vector<std::string> expected;
         for (std::size_t i = m.find_first_not_of(",;"); i != std::string::npos;) {
@@ -98,35 +90,29 @@ TEST(StrSearch, SharpEdges) {
 }
 
 TEST(StrSearch, TokenizeSetsThePositionToTheDelimiterThenMinusOne) {
-    struct Case {
-        const char* text;
-        const char* set;
-        int start;
-        std::vector<std::pair<std::string, int>> steps; // token returned, pos after the call
-    } cases[] = {
-        {"a,,b,", ",", 0, {{"a", 1}, {"b", 4}, {"", -1}}},
-        {",,,", ",", 0, {{"", -1}}},
-        {"x,y", ",", 3, {{"", -1}}},
-        {"x,y", "", 0, {{"x,y", -1}}},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(std::string(c.text) + " with '" + c.set + "'");
-        int pos = c.start;
-        for (const auto& step : c.steps) {
-            EXPECT_EQ(std::string(Str(c.text).Tokenize(c.set, pos)), step.first);
-            EXPECT_EQ(pos, step.second);
+    // Text, set, start, then each token returned with the position after the call.
+    const std::tuple<const char*, const char*, int, std::vector<std::pair<std::string, int>>>
+        cases[] = {
+            {"a,,b,", ",", 0, {{"a", 1}, {"b", 4}, {"", -1}}},
+            {",,,", ",", 0, {{"", -1}}},
+            {"x,y", ",", 3, {{"", -1}}},
+            {"x,y", "", 0, {{"x,y", -1}}},
+        };
+    for (auto [text, set, pos, steps] : cases) {
+        SCOPED_TRACE(std::string(text) + " with '" + set + "'");
+        for (const auto& [token, after] : steps) {
+            EXPECT_EQ(std::string(Str(text).Tokenize(set, pos)), token);
+            EXPECT_EQ(pos, after);
         }
     }
 }
 
 TEST(StrSearch, ReplaceAndCaseConversionWriteOnlyWhenTheTextChanges) {
     const std::tuple<const char*, const char*, const char*, signed char, const char*, int> rows[] =
-        {
-            {"aaa", "a", "aa", 0, "aaaaaa", 3},
-            {"aXbxc", "x", "-", 1, "a-b-c", 2},
-            {"abab", "ABA", "-", 1, "-b", 1},
-            {"abc", "zz", "y", 0, "abc", 0},
-        };
+        {{"aaa", "a", "aa", 0, "aaaaaa", 3},
+         {"aXbxc", "x", "-", 1, "a-b-c", 2},
+         {"abab", "ABA", "-", 1, "-b", 1},
+         {"abc", "zz", "y", 0, "abc", 0}};
     for (const auto& [text, find, repl, noCase, expected, count] : rows) {
         SCOPED_TRACE(std::string(text) + ": " + find + " -> " + repl);
         const Str original(text);
@@ -148,8 +134,7 @@ TEST(StrSearch, ReplaceAndCaseConversionWriteOnlyWhenTheTextChanges) {
 
 #if defined(__SANITIZE_ADDRESS__)
 namespace {
-int gAllocations = 0;
-bool gArmed = false;
+int gAllocations = 0, gArmed = 0;
 extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*)(const volatile void*, size_t),
                                                          void (*)(const volatile void*));
 void CountMalloc(const volatile void*, size_t) {
@@ -163,10 +148,9 @@ TEST(StrSearch, NoCaseSearchOnLowerCaseTextAllocatesNothing) {
     ASSERT_NE(installed, 0);
     const Str hay("a fairly long text in lower case, searched without regard to case");
     Str::SetShutdownFlag(1); // blocks taken from the pool would hide allocations
-    gAllocations = 0;
-    gArmed = true;
+    gAllocations = 0, gArmed = 1;
     const int a = hay.FindNoCase("CASE"), b = hay.FindNoCase('W'), c = hay.ReverseFindNoCase('T');
-    gArmed = false;
+    gArmed = 0;
     Str::SetShutdownFlag(0);
     EXPECT_EQ(a * 10000 + b * 100 + c, 282458);
     EXPECT_EQ(gAllocations, 0);
@@ -177,10 +161,9 @@ TEST(StrSearch, NoCaseSearchOnLowerCaseTextAllocatesNothing) {
 // signed chars.
 TEST(StrCompare, OrderingTable) {
     const std::tuple<const char*, const char*, int, int> rows[] = {
-        {"abc", "abc", 0, 0}, {"abc", "ABD", 1, -1},  {"ab", "abc", -1, -1},
-        {"\xC8", "A", 1, -1}, {"A", "\xFF", -1, 1},   {"\x80", "\xFF", -1, -1},
-        {"_", "a", -1, 1},    {"zzzz", "zzzZ", 1, 0},
-    };
+        {"abc", "abc", 0, 0}, {"abc", "ABD", 1, -1}, {"ab", "abc", -1, -1},
+        {"\xC8", "A", 1, -1}, {"A", "\xFF", -1, 1},  {"\x80", "\xFF", -1, -1},
+        {"_", "a", -1, 1},    {"zzzz", "zzzZ", 1, 0}};
     for (const auto& [a, b, exact, noCase] : rows) {
         SCOPED_TRACE(std::string(a) + " vs " + b);
         EXPECT_EQ(STR_strcmp_ex(a, b), exact);
@@ -215,8 +198,7 @@ TEST(StrNumber, WholeTextConversionsCheckForANumber) {
         {" 42", 42, true, 42, true},  {"42 ", 0, false, 0, false},
         {"", 0, true, 0, true},       {"4294967297", 1, true, 4294967297.0, true},
         {"0x10", 0, false, 16, true}, {" 2e3", 0, false, 2000, true},
-        {".", 0, false, 0, false},    {"1e400", 0, false, HUGE_VAL, true},
-    };
+        {".", 0, false, 0, false},    {"1e400", 0, false, HUGE_VAL, true}};
     for (const auto& [text, i, intOk, d, doubleOk] : rows) {
         SCOPED_TRACE(std::string("'") + text + "'");
         signed char failed = 7;

@@ -4,8 +4,9 @@
 
 #include <gtest/gtest.h>
 
-#include <limits>
+#include <cmath>
 #include <stdexcept>
+#include <utility>
 
 using platform::Color;
 using platform::UserDefaults;
@@ -48,19 +49,12 @@ TEST(BackgroundColorArithmetic, EveryByteSurvivesUnpackAndRepack) {
 }
 
 TEST(BackgroundColorArithmetic, ComponentsTruncateAndPackingMasksEachByte) {
-    const struct {
-        float component;
-        std::int32_t byte;
-    } rows[] = {
-        {1.0f, 255},
-        {0.5f, 127},   // 127.5 truncated
-        {-0.5f, -127}, // toward zero, not down
-        {2.0f, 510},   // not clamped; packing keeps the low byte
-        {std::numeric_limits<float>::infinity(), INT32_MAX},
-        {std::numeric_limits<float>::quiet_NaN(), 0},
-    };
-    for (const auto& row : rows)
-        EXPECT_EQ(BackgroundColorPref::ComponentByte(row.component), row.byte) << row.component;
+    // 0.5 gives 127.5 truncated, -0.5 goes toward zero, 2.0 is not clamped (packing keeps the low
+    // byte).
+    const std::pair<float, std::int32_t> rows[] = {
+        {1.0f, 255}, {0.5f, 127}, {-0.5f, -127}, {2.0f, 510}, {HUGE_VALF, INT32_MAX}, {NAN, 0}};
+    for (const auto& [component, byte] : rows)
+        EXPECT_EQ(BackgroundColorPref::ComponentByte(component), byte) << component;
     EXPECT_EQ(BackgroundColorPref::Pack(0x12, 0x34, 0x56), 0x563412);
     EXPECT_EQ(BackgroundColorPref::Pack(510, -1, 0x1FF), 0xFFFFFE);
 }
@@ -79,23 +73,19 @@ TEST_F(BackgroundColorPrefTest, LeavingStoresTheChosenColourWithoutAlpha) {
     pane.didSelect();
     pane.didUnselect();
     EXPECT_EQ(Stored(), UserDefaults::Object(0xE6E6E6)) << "written even when nothing changed";
-    const struct {
-        const char* what;
-        Color colour;
-        std::int32_t stored;
-    } rows[] = {
-        {"primary components", Color::colorWithCalibratedRed(1.0f, 0.0f, 0.5f, 1.0f), 0x7F00FF},
-        {"calibrated white 0.5", Color::colorWithCalibratedWhite(0.5f, 0.6f), 0x7F7F7F},
-        {"device white takes the RGB path", Color(Color::DeviceWhiteColorSpace, {1.0f, 1.0f}),
-         0xFFFFFF},
-        {"semi-transparent",
-         Color::colorWithCalibratedRed(0x12 / 255.0f, 0x34 / 255.0f, 0x56 / 255.0f, 0.3f),
+    // Primary components, calibrated white 0.5, device white (taking the RGB path), and a
+    // semi-transparent colour.
+    const std::pair<Color, std::int32_t> rows[] = {
+        {Color::colorWithCalibratedRed(1.0f, 0.0f, 0.5f, 1.0f), 0x7F00FF},
+        {Color::colorWithCalibratedWhite(0.5f, 0.6f), 0x7F7F7F},
+        {Color(Color::DeviceWhiteColorSpace, {1.0f, 1.0f}), 0xFFFFFF},
+        {Color::colorWithCalibratedRed(0x12 / 255.0f, 0x34 / 255.0f, 0x56 / 255.0f, 0.3f),
          0x563412},
     };
-    for (const auto& row : rows) {
-        pane.colorWell("newColorWell")->setColor(row.colour);
+    for (const auto& [colour, stored] : rows) {
+        pane.colorWell("newColorWell")->setColor(colour);
         pane.didUnselect();
-        EXPECT_EQ(Stored(), UserDefaults::Object(row.stored)) << row.what;
+        EXPECT_EQ(Stored(), UserDefaults::Object(stored)) << std::hex << stored;
     }
     pane.didSelect();
     EXPECT_EQ(Shown(), Opaque(0x12, 0x34, 0x56)) << "shown opaque after a reselect";

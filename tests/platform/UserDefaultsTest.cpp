@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <random>
 #include <string>
+#include <tuple>
 #include <vector>
 
 using platform::UserDefaults;
@@ -27,26 +28,23 @@ protected:
 
 TEST_F(UserDefaultsTest, GettersCoerceAsThePlatformDocuments) {
     UserDefaults store(file);
-    const struct {
-        const char* key;
-        UserDefaults::Object value;
-        std::int32_t integer;
-        std::optional<std::string> text;
-    } rows[] = {
-        {"text", std::string("  -42xyz"), -42, "  -42xyz"}, // leading space, sign, digits
-        {"letters", std::string("abc"), 0, "abc"},          // no digits reads 0
-        {"huge", std::string("99999999999"), INT32_MAX, "99999999999"}, // saturates
-        {"number", -7, -7, "-7"},          // a number reads as its decimal text
-        {"bytes", Bytes{'4', '2'}, 0, {}}, // bytes are neither text nor number
-        {"empty", Bytes{}, 0, {}},
-    };
-    for (const auto& row : rows)
-        store.setObject(row.value, row.key);
-    for (const auto& row : rows) {
-        EXPECT_EQ(store.integerForKey(row.key), row.integer) << row.key;
-        EXPECT_EQ(store.stringForKey(row.key), row.text) << row.key;
-        const Bytes* bytes = std::get_if<Bytes>(&row.value);
-        EXPECT_EQ(store.dataForKey(row.key), bytes ? std::optional(*bytes) : std::nullopt);
+    // Key, value, then the value read as an integer and as text.
+    const std::tuple<const char*, UserDefaults::Object, std::int32_t, std::optional<std::string>>
+        rows[] = {
+            {"text", std::string("  -42xyz"), -42, "  -42xyz"}, // leading space, sign, digits
+            {"letters", std::string("abc"), 0, "abc"},          // no digits reads 0
+            {"huge", std::string("99999999999"), INT32_MAX, "99999999999"}, // saturates
+            {"number", -7, -7, "-7"},          // a number reads as its decimal text
+            {"bytes", Bytes{'4', '2'}, 0, {}}, // bytes are neither text nor number
+            {"empty", Bytes{}, 0, {}},
+        };
+    for (const auto& [key, value, integer, text] : rows)
+        store.setObject(value, key);
+    for (const auto& [key, value, integer, text] : rows) {
+        EXPECT_EQ(store.integerForKey(key), integer) << key;
+        EXPECT_EQ(store.stringForKey(key), text) << key;
+        const Bytes* bytes = std::get_if<Bytes>(&value);
+        EXPECT_EQ(store.dataForKey(key), bytes ? std::optional(*bytes) : std::nullopt) << key;
     }
     EXPECT_EQ(store.integerForKey("absent"), 0);
     EXPECT_FALSE(store.stringForKey("absent") || store.dataForKey("absent"));
@@ -142,15 +140,10 @@ std::string Nested(int count, bool doubled) {
 TEST_F(UserDefaultsTest, LoaderTakesGoodFilesAndSetsDamagedOnesAside) {
     const std::string minimal = OneEntry("\x10\x01");
     std::string deep = "<dict><key>a</key><integer>1</integer><key>d</key>", closing;
-    for (int i = 0; i < 40; ++i) {
-        deep += "<array>";
-        closing += "</array>";
-    }
-    const struct {
-        const char* name;
-        std::string bytes;
-        std::int32_t value; // of key "a"; -1 when the file must be set aside
-    } rows[] = {
+    for (int i = 0; i < 40; ++i)
+        deep += "<array>", closing += "</array>";
+    // What the file holds, then the value of key "a"; -1 when the file must be set aside.
+    const std::tuple<const char*, std::string, std::int32_t> rows[] = {
         {"minimal binary", minimal, 1},
         {"XML", XmlPlist("<dict><key>a</key><integer>3</integer></dict>"), 3},
         {"empty file", "", 0},
@@ -170,22 +163,20 @@ TEST_F(UserDefaultsTest, LoaderTakesGoodFilesAndSetsDamagedOnesAside) {
                   std::string(1 << 20, 'x') + "</string></dict>"),
          -1},
     };
-    for (const auto& row : rows) {
+    for (const auto& [name, bytes, value] : rows) {
+        SCOPED_TRACE(name);
         std::filesystem::remove(file + ".corrupt");
-        WriteBytes(file, row.bytes);
+        WriteBytes(file, bytes);
         ::testing::internal::CaptureStderr();
         UserDefaults store(file);
         std::string err = ::testing::internal::GetCapturedStderr();
-        EXPECT_EQ(store.integerForKey("a"), std::max(row.value, 0)) << row.name;
-        EXPECT_EQ(std::filesystem::exists(file + ".corrupt"), row.value < 0) << row.name;
-        if (row.value >= 0) {
-            EXPECT_EQ(err, "") << row.name;
-            continue;
-        }
-        EXPECT_FALSE(std::filesystem::exists(file)) << row.name;
-        EXPECT_EQ(ReadBytes(file + ".corrupt"), row.bytes) << row.name;
-        EXPECT_EQ(std::count(err.begin(), err.end(), '\n'), 1) << row.name << ": " << err;
-        EXPECT_TRUE(store.allKeys().empty()) << row.name;
+        EXPECT_EQ(store.integerForKey("a"), std::max(value, 0));
+        EXPECT_EQ(std::filesystem::exists(file + ".corrupt"), value < 0);
+        EXPECT_EQ(std::count(err.begin(), err.end(), '\n'), value < 0) << err;
+        EXPECT_EQ(err.empty(), value >= 0);
+        EXPECT_EQ(std::filesystem::exists(file), value >= 0);
+        EXPECT_EQ(ReadBytes(file + ".corrupt"), value < 0 ? bytes : "");
+        EXPECT_EQ(store.allKeys().empty(), value <= 0);
     }
 }
 

@@ -5,9 +5,9 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <functional>
 #include <optional>
 #include <string>
+#include <tuple>
 
 using platform::UserDefaults;
 using Bytes = UserDefaults::Bytes;
@@ -34,47 +34,35 @@ protected:
 };
 
 TEST_F(BPreferencesTest, EachSetterStoresItsKindUnderSectionFollowedByName) {
-    const unsigned char three[] = {0, 1, 0xFF};
-    const struct {
-        const char* what;
-        std::function<void(BPreferences&)> set;
-        std::string key;
-        std::optional<UserDefaults::Object> stored;
-    } rows[] = {
-        {"Str text as UTF-8", [](auto& p) { p.Set(Str("Bkg"), Str("Text"), Str("h\xC3\xA9")); },
-         "BkgText", std::string("h\xC3\xA9")},
-        {"Str-keyed int", [](auto& p) { p.Set(Str("BkgColors"), Str("SelectedColor"), -1); },
-         "BkgColorsSelectedColor", -1},
-        {"char* as bytes without the NUL", [](auto& p) { p.Set(Str("S"), Str("abc"), "abc"); },
-         "Sabc", Bytes{'a', 'b', 'c'}},
-        {"byte run", [&](auto& p) { p.Set(Str("S"), Str("run"), three, 3u); }, "Srun",
-         Bytes{0, 1, 0xFF}},
-        {"char-keyed Str as ASCII", [](auto& p) { p.Set("S", "ascii", Str("x\x01y")); }, "Sascii",
-         std::string("x\x01y")},
-        {"char-keyed char*", [](auto& p) { p.Set("S", "chars", "hi"); }, "Schars", Bytes{'h', 'i'}},
-        {"char-keyed byte run", [&](auto& p) { p.Set("S", "bytes", three, 2u); }, "Sbytes",
-         Bytes{0, 1}},
-        {"empty byte run", [](auto& p) { p.Set("S", "none", nullptr, 0u); }, "Snone", Bytes{}},
-        {"float as 4 little-endian bytes", [](auto& p) { p.Set("S", "float", 1.0f); }, "Sfloat",
-         Bytes{0x00, 0x00, 0x80, 0x3F}},
-        {"empty section: the key is the name", [](auto& p) { p.Set("", "Name", 3); }, "Name", 3},
-        {"char-keyed int", [](auto& p) { p.Set("S", "k", 7); }, "Sk", 7},
-        {"char-keyed Str outside ASCII removes",
-         [](auto& p) { p.Set("S", "k", Str("caf\xC3\xA9")); }, "Sk", std::nullopt},
-        {"Str-keyed Str that is not UTF-8 removes",
-         [](auto& p) {
-             p.Set("S", "k", 7);
-             p.Set(Str("S"), Str("k"), Str("\xFF"));
-         },
-         "Sk", std::nullopt},
-        {"non-ASCII section does nothing", [](auto& p) { p.Set("S\xC3\xA9", "x", 1); },
-         "S\xC3\xA9x", std::nullopt},
-        {"non-ASCII name does nothing", [](auto& p) { p.Set(Str("S"), Str("\xC3\xA9"), 2); },
-         "S\xC3\xA9", std::nullopt},
+    static const unsigned char three[] = {0, 1, 0xFF};
+    using Set = void (*)(BPreferences&);
+    using S = Str;
+    const std::tuple<Set, std::string, std::optional<UserDefaults::Object>> rows[] = {
+        // Str text as UTF-8, Str-keyed int, char* as bytes without the NUL, a byte run.
+        {[](auto& p) { p.Set(S("Bkg"), S("Text"), S("h\xC3\xA9")); }, "BkgText",
+         std::string("h\xC3\xA9")},
+        {[](auto& p) { p.Set(S("Bkg"), S("Color"), -1); }, "BkgColor", -1},
+        {[](auto& p) { p.Set(S("S"), S("abc"), "abc"); }, "Sabc", Bytes{'a', 'b', 'c'}},
+        {[](auto& p) { p.Set(S("S"), S("run"), three, 3u); }, "Srun", Bytes{0, 1, 0xFF}},
+        // The char-keyed forms: Str as ASCII, char*, byte run, empty run, float as 4 little-endian
+        // bytes, int, and int with an empty section (the key is the name).
+        {[](auto& p) { p.Set("S", "ascii", S("x\x01y")); }, "Sascii", std::string("x\x01y")},
+        {[](auto& p) { p.Set("S", "chars", "hi"); }, "Schars", Bytes{'h', 'i'}},
+        {[](auto& p) { p.Set("S", "bytes", three, 2u); }, "Sbytes", Bytes{0, 1}},
+        {[](auto& p) { p.Set("S", "none", nullptr, 0u); }, "Snone", Bytes{}},
+        {[](auto& p) { p.Set("S", "float", 1.0f); }, "Sfloat", Bytes{0x00, 0x00, 0x80, 0x3F}},
+        {[](auto& p) { p.Set("", "Name", 3); }, "Name", 3},
+        {[](auto& p) { p.Set("S", "k", 7); }, "Sk", 7},
+        // A char-keyed Str outside ASCII and a Str-keyed Str that is not UTF-8 remove the key; a
+        // section or name outside ASCII does nothing.
+        {[](auto& p) { p.Set("S", "k", S("caf\xC3\xA9")); }, "Sk", std::nullopt},
+        {[](auto& p) { p.Set("S", "k", 7), p.Set(S("S"), S("k"), S("\xFF")); }, "Sk", std::nullopt},
+        {[](auto& p) { p.Set("S\xC3\xA9", "x", 1); }, "S\xC3\xA9x", std::nullopt},
+        {[](auto& p) { p.Set(S("S"), S("\xC3\xA9"), 2); }, "S\xC3\xA9", std::nullopt},
     };
-    for (const auto& row : rows) {
-        row.set(prefs);
-        EXPECT_EQ(OnDisk().objectForKey(row.key), row.stored) << row.what;
+    for (const auto& [set, key, stored] : rows) {
+        set(prefs);
+        EXPECT_EQ(OnDisk().objectForKey(key), stored) << key;
     }
     EXPECT_EQ(OnDisk().allKeys().size(), 10u) << "nothing stored under any other key";
 }
@@ -87,13 +75,8 @@ TEST_F(BPreferencesTest, GettersGiveTheDefaultOnlyWhereTheKindDoesNotFit) {
     prefs.Set("G", "four", five, 4u);
     prefs.Set("G", "five", five, 5u);
     prefs.Set("G\xC3\xA9", "x", 1);
-    const struct {
-        const char* section;
-        const char* name;
-        std::string text;
-        int integer;
-        float real;
-    } rows[] = {
+    // Section, name, then the readings as text, integer and float.
+    const std::tuple<const char*, const char*, const char*, int, float> rows[] = {
         {"G", "text", "12abc", 12, 9.0f},    // the integer reading parses the text
         {"G", "int", "-1", -1, 9.0f},        // a number reads as its decimal text
         {"G", "bytes", "fallback", 0, 9.0f}, // present, so no default for int; 3 bytes: no float
@@ -102,19 +85,17 @@ TEST_F(BPreferencesTest, GettersGiveTheDefaultOnlyWhereTheKindDoesNotFit) {
         {"G", "absent", "fallback", 77, 9.0f},
         {"G\xC3\xA9", "x", "fallback", 77, 9.0f}, // a non-ASCII section reads nothing
     };
-    for (const auto& row : rows) {
-        Str section(row.section), name(row.name);
-        EXPECT_STREQ(prefs.Get(section, name, Str("fallback")), row.text.c_str()) << row.name;
-        EXPECT_EQ(prefs.Get(section, name, 77), row.integer) << row.name;
-        EXPECT_EQ(prefs.Get(section, name, 9.0f), row.real) << row.name;
+    for (const auto& [section, name, text, integer, real] : rows) {
+        EXPECT_STREQ(prefs.Get(Str(section), Str(name), Str("fallback")), text) << name;
+        EXPECT_EQ(prefs.Get(Str(section), Str(name), 77), integer) << name;
+        EXPECT_EQ(prefs.Get(Str(section), Str(name), 9.0f), real) << name;
     }
 }
 
 TEST_F(BPreferencesTest, GetDataHandsOutAnOwnedCopyOrLeavesTheArgumentsAlone) {
     prefs.Set("D", "int", 5);
     prefs.Set("D", "abc", "abc");
-    unsigned char sentinel = 0;
-    unsigned char* buffer = &sentinel;
+    unsigned char sentinel = 0, *buffer = &sentinel;
     unsigned int count = 42;
     // Absent, a number (no data), and a section outside ASCII.
     for (const auto& [section, name] : {std::pair{"D", "absent"}, {"D", "int"}, {"D\x80", "abc"}}) {

@@ -11,6 +11,7 @@
 #include <string>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <tuple>
 #include <unistd.h>
 #include <vector>
 
@@ -28,10 +29,9 @@ std::string Quote(const std::string& arg) {
     return quoted + "'";
 }
 
-std::string Environment(const char* name) {
-    const char* value = std::getenv(name);
-    return value ? value : "";
-}
+const auto Environment = [](const char* name) {
+    return std::string(getenv(name) ? getenv(name) : "");
+};
 
 class ProgramsTest : public ::testing::Test {
 protected:
@@ -63,9 +63,9 @@ protected:
     std::string store = folder / "defaults.plist";
 };
 
-int Lines(const std::string& text) {
-    return static_cast<int>(std::count(text.begin(), text.end(), '\n'));
-}
+const auto Lines = [](const std::string& text) {
+    return std::count(text.begin(), text.end(), '\n');
+};
 
 TEST_F(ProgramsTest, HostShowsTheDefaultThenStoresTheChosenColourAsOnePackedInteger) {
     Outcome run = Host({});
@@ -74,22 +74,19 @@ TEST_F(ProgramsTest, HostShowsTheDefaultThenStoresTheChosenColourAsOnePackedInte
                        "newColorWell #E6E6E6 0.9019608 0.9019608 0.9019608 1\n");
     EXPECT_EQ(run.err, "");
     EXPECT_FALSE(std::filesystem::exists(store)) << "showing writes nothing";
-    const struct {
-        std::vector<std::string> colour;
-        const char* stored;
-        const char* shown;
-    } rows[] = {
+    // The colour given, the integer stored and the colour shown after.
+    const std::tuple<std::vector<std::string>, const char*, std::string> rows[] = {
         {{"#123456"}, "5649426", "#123456"}, // 0x563412: red in the lowest byte
         {{"0.5,1,0"}, "65407", "#7FFF00"},   // 0.5 truncates to 127
         {{"0,0,1,0.25"}, "16711680", "#0000FF"},
         {{"--white", "0.5"}, "8355711", "#7F7F7F"},
     };
-    for (const auto& row : rows) {
-        EXPECT_EQ(Host(row.colour).status, 0) << row.colour[0];
-        EXPECT_EQ(Defaults({"read", "BkgColorsSelectedColor"}).out, row.stored + std::string("\n"));
+    for (const auto& [colour, stored, shown] : rows) {
+        EXPECT_EQ(Host(colour).status, 0) << colour[0];
+        EXPECT_EQ(Defaults({"read", "BkgColorsSelectedColor"}).out, stored + std::string("\n"));
         Outcome show = Host({});
-        EXPECT_EQ(show.out.substr(0, 24), "currentColorWell " + std::string(row.shown));
-        EXPECT_NE(show.out.find(" 1\nnewColorWell " + std::string(row.shown)), std::string::npos)
+        EXPECT_EQ(show.out.substr(0, 24), "currentColorWell " + shown);
+        EXPECT_NE(show.out.find(" 1\nnewColorWell " + shown), std::string::npos)
             << "shown opaque in both wells: " << show.out;
     }
     EXPECT_EQ(Defaults({"delete", "BkgColorsSelectedColor"}).status, 0);
@@ -104,47 +101,40 @@ TEST_F(ProgramsTest, BadInvocationsFailCleanlyAndLeaveTheStoreAlone) {
     ASSERT_EQ(Defaults({"write", "BkgColorsSelectedColor", "-int", "42"}).status, 0);
     const std::string before = ReadBytes(store);
     WriteBytes(folder / "blocker", "a file where a folder should be");
-    const std::string blocked = folder / "blocker/defaults.plist";
-    const std::string plugin = Environment("BKGCOLORS_PLUGIN");
-
-    const struct {
-        const char* program;
-        std::vector<std::string> args;
-        bool withStore; // the row gets --defaults with the test's store (and the host its plug-in)
-    } rows[] = {
-        {"bkgcolors-pane", {"--bogus"}, true},
-        {"bkgcolors-pane", {"1.5,0,0"}, true},
-        {"bkgcolors-pane", {"nan,0,0"}, true},
-        {"bkgcolors-pane", {"abc"}, true},
-        {"bkgcolors-pane", {"#112233", "#445566"}, true},
-        {"bkgcolors-pane", {"--white", "2"}, true},
-        {"bkgcolors-pane",
-         {"--plugin", "/nonexistent/pane.so", "--defaults", "STORE", "#112233"},
-         false},
-        {"bkgcolors-pane", {"--plugin", "STORE", "--defaults", "STORE", "#112233"}, false},
-        {"bkgcolors-pane", {"--plugin", "PLUGIN", "--defaults", blocked, "#112233"}, false},
-        {"bkgcolors-pane", {"--plugin", "PLUGIN", "--defaults"}, false},
-        {"bkgcolors-defaults", {}, true},
-        {"bkgcolors-defaults", {"frobnicate"}, true},
-        {"bkgcolors-defaults", {"write", "BkgColorsSelectedColor"}, true},
-        {"bkgcolors-defaults", {"write", "BkgColorsSelectedColor", "-int", "2147483648"}, true},
-        {"bkgcolors-defaults", {"write", "BkgColorsSelectedColor", "-data", "abc"}, true},
-        {"bkgcolors-defaults", {"write", "BkgColorsSelectedColor", "-float", "1"}, true},
-        {"bkgcolors-defaults", {"write", "BkgColorsSelectedColor", "-string", "\xFF"}, true},
-        {"bkgcolors-defaults", {"write", "\xC3", "-int", "1"}, true},
-        {"bkgcolors-defaults", {"--defaults"}, false},
-        {"bkgcolors-defaults", {"--defaults", blocked, "write", "k", "-int", "1"}, false},
+    const std::string blocked = folder / "blocker/defaults.plist",
+                      plugin = Environment("BKGCOLORS_PLUGIN");
+    const std::string pane = "bkgcolors-pane", tool = "bkgcolors-defaults";
+    // The program, its arguments, and whether it gets --defaults with the test's store (and the
+    // host its plug-in) first.
+    const std::tuple<std::string, std::vector<std::string>, bool> rows[] = {
+        {pane, {"--bogus"}, true},
+        {pane, {"1.5,0,0"}, true},
+        {pane, {"nan,0,0"}, true},
+        {pane, {"abc"}, true},
+        {pane, {"#112233", "#445566"}, true},
+        {pane, {"--white", "2"}, true},
+        {pane, {"--plugin", "/nonexistent/pane.so", "--defaults", store, "#112233"}, false},
+        {pane, {"--plugin", store, "--defaults", store, "#112233"}, false},
+        {pane, {"--plugin", plugin, "--defaults", blocked, "#112233"}, false},
+        {pane, {"--plugin", plugin, "--defaults"}, false},
+        {tool, {}, true},
+        {tool, {"frobnicate"}, true},
+        {tool, {"write", "BkgColorsSelectedColor"}, true},
+        {tool, {"write", "BkgColorsSelectedColor", "-int", "2147483648"}, true},
+        {tool, {"write", "BkgColorsSelectedColor", "-data", "abc"}, true},
+        {tool, {"write", "BkgColorsSelectedColor", "-float", "1"}, true},
+        {tool, {"write", "BkgColorsSelectedColor", "-string", "\xFF"}, true},
+        {tool, {"write", "\xC3", "-int", "1"}, true},
+        {tool, {"--defaults"}, false},
+        {tool, {"--defaults", blocked, "write", "k", "-int", "1"}, false},
     };
-    for (const auto& row : rows) {
-        std::vector<std::string> args;
-        std::string shown = row.program;
-        for (const std::string& arg : row.args) {
-            args.push_back(arg == "STORE" ? store : arg == "PLUGIN" ? plugin : arg);
+    for (const auto& [program, args, withStore] : rows) {
+        std::string shown = program;
+        for (const std::string& arg : args)
             shown += " " + arg;
-        }
-        Outcome run = !row.withStore                                 ? Program(row.program, args)
-                      : std::string(row.program) == "bkgcolors-pane" ? Host(args)
-                                                                     : Defaults(args);
+        Outcome run = !withStore        ? Program(program, args)
+                      : program == pane ? Host(args)
+                                        : Defaults(args);
         EXPECT_EQ(run.status, 2) << shown;
         EXPECT_EQ(Lines(run.err), 1) << shown << "\n" << run.err;
         EXPECT_EQ(ReadBytes(store), before) << shown;

@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <csignal>
-#include <fcntl.h>
 #include <filesystem>
 #include <iostream>
 #include <random>
@@ -38,7 +37,9 @@ TEST(StoreFault, KilledWriterLeavesTheOldFileOrTheNewOneWhole) {
     const std::string file = folder / "store.plist";
     std::int32_t generation = 0;
     int interrupted = 0;
+    SCOPED_TRACE("seed " + std::to_string(seed));
     for (int trial = 0; trial < 200; ++trial) {
+        SCOPED_TRACE("trial " + std::to_string(trial));
         pid_t child = Fork([&] {
             UserDefaults store(file);
             for (std::int32_t next = generation + 1;; ++next) {
@@ -53,18 +54,17 @@ TEST(StoreFault, KilledWriterLeavesTheOldFileOrTheNewOneWhole) {
         kill(child, SIGKILL);
         int status = 0;
         waitpid(child, &status, 0);
-        ASSERT_TRUE(WIFSIGNALED(status)) << "the writer failed; seed " << seed;
+        ASSERT_TRUE(WIFSIGNALED(status)) << "the writer failed";
         interrupted += std::filesystem::exists(file + ".tmp");
 
         ::testing::internal::CaptureStderr();
         UserDefaults reread(file);
-        ASSERT_EQ(::testing::internal::GetCapturedStderr(), "") << "seed " << seed;
-        ASSERT_FALSE(std::filesystem::exists(file + ".corrupt"))
-            << "seed " << seed << ", trial " << trial;
-        std::int32_t now = reread.integerForKey("a");
-        ASSERT_GE(now, generation) << "seed " << seed << ", trial " << trial;
+        ASSERT_EQ(::testing::internal::GetCapturedStderr(), "");
+        ASSERT_FALSE(std::filesystem::exists(file + ".corrupt"));
+        const std::int32_t now = reread.integerForKey("a");
+        ASSERT_GE(now, generation);
         for (char k = 'b'; k < 'i'; ++k)
-            ASSERT_EQ(reread.integerForKey(std::string(1, k)), now) << "seed " << seed << ", " << k;
+            ASSERT_EQ(reread.integerForKey(std::string(1, k)), now) << k;
         generation = now;
     }
     EXPECT_GT(generation, 0) << "no writer got as far as one synchronise";
@@ -89,11 +89,9 @@ TEST(StoreFault, ConcurrentWritersLoseNoKey) {
         });
         ASSERT_GT(children[p], 0);
     }
-    for (pid_t child : children) {
-        int status = 0;
-        waitpid(child, &status, 0);
-        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
-    }
+    int status = 0;
+    for (pid_t child : children)
+        EXPECT_TRUE(waitpid(child, &status, 0) == child && status == 0) << status;
     UserDefaults reread(file);
     EXPECT_EQ(reread.allKeys().size(), 1000u);
     for (const std::string& key : reread.allKeys())
@@ -101,10 +99,8 @@ TEST(StoreFault, ConcurrentWritersLoseNoKey) {
 }
 
 bool Writable(const std::string& path) {
-    const std::string bytes(2048, 'x');
-    int fd = ::open(path.c_str(), O_WRONLY | O_CREAT, 0600);
-    bool written = fd >= 0 && write(fd, bytes.data(), bytes.size()) == 2048;
-    ::close(fd);
+    WriteBytes(path, std::string(2048, 'x'));
+    const bool written = ReadBytes(path).size() == 2048;
     std::remove(path.c_str());
     return written;
 }
@@ -129,6 +125,7 @@ void Refuse(int method, const std::string& folder, bool refuse) {
 TEST(StoreFault, RefusedWriteKeepsTheFileAndThePendingChangesThenRetries) {
     for (int method : {0, 1}) {
         const char* refusal = method == 0 ? "folder without write permission" : "file size limit";
+        SCOPED_TRACE(refusal);
         TempFolder folder;
         const std::string file = folder / "store.plist";
         UserDefaults(file).setObject(1, "old");
@@ -143,22 +140,20 @@ TEST(StoreFault, RefusedWriteKeepsTheFileAndThePendingChangesThenRetries) {
             continue;
         }
         ::testing::internal::CaptureStderr();
-        bool first = store.synchronize();
-        bool second = store.synchronize();
+        const bool first = store.synchronize(), second = store.synchronize();
         std::string err = ::testing::internal::GetCapturedStderr();
         Refuse(method, folder.path(), false);
 
-        EXPECT_FALSE(first) << refusal;
-        EXPECT_FALSE(second) << refusal;
-        EXPECT_EQ(std::count(err.begin(), err.end(), '\n'), 1) << refusal << ": " << err;
-        EXPECT_EQ(ReadBytes(file), before) << refusal;
+        EXPECT_FALSE(first || second);
+        EXPECT_EQ(std::count(err.begin(), err.end(), '\n'), 1) << err;
+        EXPECT_EQ(ReadBytes(file), before);
         EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 2)
-            << refusal << ": only the file and its lock; no temporary left behind";
-        EXPECT_EQ(store.stringForKey("big")->size(), 4096u) << refusal;
-        ASSERT_TRUE(store.synchronize()) << refusal;
+            << "only the file and its lock; no temporary left behind";
+        EXPECT_EQ(store.stringForKey("big")->size(), 4096u);
+        ASSERT_TRUE(store.synchronize());
         UserDefaults reread(file);
-        EXPECT_EQ(reread.integerForKey("old"), 1) << refusal;
-        EXPECT_EQ(reread.stringForKey("big")->size(), 4096u) << refusal;
+        EXPECT_EQ(reread.integerForKey("old"), 1);
+        EXPECT_EQ(reread.stringForKey("big")->size(), 4096u);
     }
 }
 
