@@ -1,4 +1,5 @@
 #include "prefs/BPreferences.h"
+#include "prefs/BPreferencesCocoaWrapper.h"
 
 #include "support/StandardStore.h"
 
@@ -107,6 +108,20 @@ TEST_F(BPreferencesTest, GetDataHandsOutAnOwnedCopyOrLeavesTheArgumentsAlone) {
     ASSERT_EQ(count, 3u);
     EXPECT_EQ(std::memcmp(buffer, "abc", 3), 0);
     delete[] buffer;
+}
+
+TEST_F(BPreferencesTest, RemoveTakesTheWholeKeyAndGetSizeCountsOnlyBytes) {
+    prefs.Set("A", "B", "xyz");
+    prefs.Set("A", "", 1);
+    BPreferencesCocoaWrapper backend;
+    EXPECT_EQ(backend.GetSize(Str("A"), Str("B")), 3u);
+    EXPECT_EQ(backend.GetSize(Str("A"), Str("")), 0u) << "a number is no byte entry";
+    prefs.Remove(Str("A"), Str("B"));
+    EXPECT_FALSE(Standard().objectForKey("AB"));
+    EXPECT_TRUE(Standard().objectForKey("A"));
+    backend.Remove("A");
+    EXPECT_FALSE(Standard().objectForKey("A"));
+    EXPECT_TRUE(OnDisk().objectForKey("A")) << "a removal waits for the next synchronise";
 }
 
 } // namespace
