@@ -54,18 +54,15 @@ TEST_F(UserDefaultsTest, TextsRoundTripWithControlCharactersAndAnyUtf8) {
     const unsigned seed = 20240611;
     std::mt19937 random(seed);
     std::vector<std::string> texts = {"\x01\x02\x1f\t\r\n<&>\"'", "\x7f", "\xF4\x8F\xBF\xBF", ""};
+    const std::uint32_t limits[] = {0x80, 0x800, 0x10000, 0x110000};
     for (int i = 0; i < 200; ++i) {
         std::string text;
         for (int j = static_cast<int>(random() % 12); j > 0; --j) {
-            const std::uint32_t limits[] = {0x80, 0x800, 0x10000, 0x110000};
-            std::uint32_t cp = 1 + random() % (limits[random() % 4] - 1);
-            if (cp >= 0xD800 && cp <= 0xDFFF)
-                continue;
-            int tail = cp < 0x80 ? 0 : cp < 0x800 ? 1 : cp < 0x10000 ? 2 : 3;
-            const unsigned char leads[] = {0x00, 0xC0, 0xE0, 0xF0};
-            text += static_cast<char>(leads[tail] | (cp >> (6 * tail)));
-            for (int t = tail - 1; t >= 0; --t)
-                text += static_cast<char>(0x80 | ((cp >> (6 * t)) & 0x3F));
+            const std::uint32_t cp = 1 + random() % (limits[random() % 4] - 1);
+            const int tail = (cp >= 0x80) + (cp >= 0x800) + (cp >= 0x10000);
+            for (int t = tail; t >= 0 && (cp < 0xD800 || cp > 0xDFFF); --t)
+                text += static_cast<char>(t < tail ? 0x80 | ((cp >> (6 * t)) & 0x3F)
+                                                   : "\0\xC0\xE0\xF0"[tail] | (cp >> (6 * t)));
         }
         texts.push_back(text);
     }
@@ -112,11 +109,10 @@ std::string Big(std::uint64_t v, int width) {
 std::string Binary(const std::string& objects, const std::vector<std::uint64_t>& offsets,
                    int width = 1) {
     std::string data = "bplist00" + objects;
-    std::uint64_t table = data.size();
     for (auto offset : offsets)
         data += Big(offset, width);
-    return data + std::string(6, '\0') + static_cast<char>(width) + static_cast<char>(width) +
-           Big(offsets.size(), 8) + Big(0, 8) + Big(table, 8);
+    return data + std::string(6, '\0') + Big(width * 0x101, 2) + Big(offsets.size(), 8) +
+           Big(0, 8) + Big(8 + objects.size(), 8);
 }
 
 // {"a": value}: the dictionary at 8, its key "a" at 11, the value at 13.
@@ -128,11 +124,9 @@ std::string OneEntry(const std::string& value) {
 std::string Nested(int count, bool doubled) {
     std::string objects;
     std::vector<std::uint64_t> offsets;
-    for (int i = 0; i < count; ++i) {
+    for (int i = 1; i <= count; ++i) {
         offsets.push_back(8 + objects.size());
-        objects += i + 1 == count ? std::string("\xA0")
-                   : doubled      ? '\xA2' + Big(i + 1, 4) + Big(i + 1, 4)
-                                  : '\xA1' + Big(i + 1, 4);
+        objects += i == count ? "\xA0" : (doubled ? "\xA2" + Big(i, 4) : "\xA1") + Big(i, 4);
     }
     return Binary(objects, offsets, 4);
 }
