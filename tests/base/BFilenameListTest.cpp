@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <random>
 #include <string>
 #include <tuple>
@@ -39,7 +38,8 @@ Texts Paths(BFilenameList& list, bool full = false) {
 
 BFilename& AddStorage(BFilenameList& list, const std::string& text) {
     BFilename name(Str(text.c_str()));
-    return list.GetAt(list.AddTail(name));
+    list.AddTail(name);
+    return list.GetTail();
 }
 
 // The sort as a plain selection over keys taken afresh from copies at every comparison: the best

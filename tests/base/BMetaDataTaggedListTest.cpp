@@ -8,7 +8,6 @@
 #include <cstring>
 #include <tuple>
 #include <type_traits>
-#include <utility>
 
 namespace {
 
