@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <random>
 #include <string>
 #include <tuple>
@@ -21,11 +20,6 @@ Bytes Record(unsigned int length, const std::string& text, const Bytes& list = {
     for (int shift = 0; shift < 32; shift += 8)
         b.push_back(static_cast<unsigned char>(length >> shift));
     return Concat({b, Bytes(text.begin(), text.end()), list});
-}
-
-void SetDataBytes(BMetaData& item, const Bytes& bytes) {
-    item.CreateDataBuff(static_cast<unsigned int>(bytes.size()));
-    std::copy(bytes.begin(), bytes.end(), item.GetDataPtr());
 }
 
 const FilenameParts kFull{"/d/", "z.zip", "zp/", "f.txt", "Disk"};

@@ -32,8 +32,7 @@ TEST(BMemFileRecord, RecordByteTable) {
         f.Write("12345", 5);
         f.m_metaData.SetData("stale", 1);
         const Bytes record = Concat({head, tail});
-        f.CreateDataBuff(static_cast<unsigned int>(record.size()));
-        std::copy(record.begin(), record.end(), f.GetDataPtr());
+        SetDataBytes(f, record);
         f.Get();
         EXPECT_EQ(Written(f), content);
         EXPECT_EQ(f.m_position, std::min(5u, f.m_length)) << "position cut";

@@ -16,8 +16,7 @@ using namespace byterecords;
 void Append(BMetaDataTaggedList& list, const char* tag, const Bytes& data) {
     BMetaDataTagged& item = list.GetAt(list.AddTail(BMetaDataTagged()));
     item.m_tag.SetData(tag);
-    item.CreateDataBuff(static_cast<unsigned int>(data.size()));
-    std::copy(data.begin(), data.end(), item.GetDataPtr());
+    SetDataBytes(item, data);
 }
 
 template <class T> bool Takes(const Bytes& data) {

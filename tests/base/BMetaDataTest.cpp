@@ -66,8 +66,8 @@ TEST(BMetaData, CompareDataOverTheCommonLength) {
     };
     for (const auto& [text, other, sign] : rows) {
         BMetaData item;
-        item.CreateDataBuff(static_cast<unsigned int>(std::strlen(text)));
-        std::memcpy(item.GetDataPtr(), text, item.m_size);
+        SetDataBytes(
+            item, RunOf(reinterpret_cast<const unsigned char*>(text), unsigned(std::strlen(text))));
         const auto* p = reinterpret_cast<const unsigned char*>(other);
         const int result = item.CompareData(p, other ? unsigned(std::strlen(other)) : 2);
         EXPECT_EQ((result > 0) - (result < 0), sign) << text << " vs " << (other ? other : "null");

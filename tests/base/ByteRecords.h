@@ -5,6 +5,7 @@
 #include "base/BMemFile.h"
 #include "base/BMetaDataTaggedList.h"
 
+#include <algorithm>
 #include <initializer_list>
 #include <string>
 #include <vector>
@@ -30,6 +31,12 @@ inline Bytes Written(const BMemFile& f) {
 
 inline Bytes DataOf(const BMetaData& item) {
     return RunOf(item.GetDataPtr(), item.m_size);
+}
+
+// Replaces the item's data with these bytes.
+inline void SetDataBytes(BMetaData& item, const Bytes& bytes) {
+    item.CreateDataBuff(static_cast<unsigned int>(bytes.size()));
+    std::copy(bytes.begin(), bytes.end(), item.GetDataPtr());
 }
 
 // The tags of a list, head to tail, each up to its first zero byte.
