@@ -88,8 +88,8 @@ TEST(StrFormat, RandomNumericConversionsMatchSnprintf) {
     }
 }
 
-TEST(StrFormat, EngineConversionsTable) {
-    const Str x("x");
+TEST(StrFormat, EngineConversionsAndAppendersTable) {
+    char buf[8];
     Str zero("a");
     zero.AppendChars("\0b", 2);
     const std::tuple<std::string, std::string, const char*> rows[] = {
@@ -102,26 +102,18 @@ TEST(StrFormat, EngineConversionsTable) {
         {Fmt("%q%zu"), "qzu", "unknown letters"},
         {Fmt("%5-d|%LLd|%d", 1, 1LL, 2), "%5-d|%LLd|2", "printf's grammar refused"},
         {Fmt("%99999999999d|", 5), "|", "a width printf cannot reach gives nothing"},
+        {Text(Str().Format(L"%s+%S=%d", L"wide", "narrow", 3)), "wide+narrow=3", "wide format"},
+        // The appenders keep the present text.
+        {std::to_string(StrImplementation::STR_sprintf_i(buf, 8, "%04d", 7)) + buf, "40007",
+         "sprintf"},
+        {Text(Str("ab").AppendFormat("%d", 1)), "ab1", "AppendFormat"},
+        {Text(Str("n=").AppendInt(-42)), "n=-42", "AppendInt"},
+        {Text(Str().AppendFloat(1.5f, 40)), "1.5" + std::string(31, '0'), "AppendFloat"},
+        {Text(Str().AppendDouble(2.0, 0)), "2", "AppendDouble"},
+        {Text(Str().AppendDouble(0.125, 100)), "0.125" + std::string(45, '0'), "AppendDouble, 100"},
     };
     for (const auto& [got, expected, why] : rows)
         EXPECT_EQ(got, expected) << why;
-    Str wide;
-    wide.Format(L"%s+%S=%d", L"wide", "narrow", 3);
-    EXPECT_EQ(Text(wide), "wide+narrow=3");
-}
-
-TEST(StrFormat, AppendersKeepThePresentText) {
-    char buf[8];
-    const std::pair<std::string, std::string> rows[] = {
-        {std::to_string(StrImplementation::STR_sprintf_i(buf, 8, "%04d", 7)) + buf, "40007"},
-        {Text(Str("ab").AppendFormat("%d", 1)), "ab1"},
-        {Text(Str("n=").AppendInt(-42)), "n=-42"},
-        {Text(Str().AppendFloat(1.5f, 40)), "1.5" + std::string(31, '0')},
-        {Text(Str().AppendDouble(2.0, 0)), "2"},
-        {Text(Str().AppendDouble(0.125, 100)), "0.125" + std::string(45, '0')},
-    };
-    for (const auto& [got, expected] : rows)
-        EXPECT_EQ(got, expected);
 }
 
 TEST(StrFormat, ErrorsKeepTextFormattedBefore) {
