@@ -11,9 +11,7 @@ namespace {
 
 using namespace byterecords;
 
-bool IsInline(const BMetaData& item) {
-    return item.GetDataPtr() == static_cast<const unsigned char*>(item.m_data);
-}
+const auto IsInline = [](const BMetaData& item) { return item.GetDataPtr() == item.m_data; };
 
 // Item records: the 4-byte size, then the bytes. Each row reads into an item that held other data;
 // runs of up to 8 bytes live inside the item.

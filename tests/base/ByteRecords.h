@@ -21,17 +21,11 @@ inline Bytes Concat(std::initializer_list<Bytes> parts) {
     return out;
 }
 
-inline Bytes RunOf(const unsigned char* p, unsigned int n) {
-    return Bytes(p, p + n);
-}
-
-inline Bytes Written(const BMemFile& f) {
-    return RunOf(f.m_buffer, f.m_length);
-}
-
-inline Bytes DataOf(const BMetaData& item) {
+inline const auto RunOf = [](const unsigned char* p, unsigned int n) { return Bytes(p, p + n); };
+inline const auto Written = [](const BMemFile& f) { return RunOf(f.m_buffer, f.m_length); };
+inline const auto DataOf = [](const BMetaData& item) {
     return RunOf(item.GetDataPtr(), item.m_size);
-}
+};
 
 // Replaces the item's data with these bytes.
 inline void SetDataBytes(BMetaData& item, const Bytes& bytes) {

@@ -15,9 +15,7 @@ namespace {
 using Node = BListNode<Str>;
 using Texts = std::vector<std::string>;
 
-Node* NodeOf(__POSITION* pos) {
-    return reinterpret_cast<Node*>(pos);
-}
+const auto NodeOf = [](__POSITION* pos) { return reinterpret_cast<Node*>(pos); };
 
 std::vector<Node*> Nodes(StrList& list) {
     std::vector<Node*> out;

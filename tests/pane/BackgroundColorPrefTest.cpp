@@ -15,13 +15,10 @@ namespace {
 
 constexpr const char* kKey = "BkgColorsSelectedColor";
 
-UserDefaults& Standard() {
-    return UserDefaults::standardUserDefaults();
-}
-
-Color Opaque(int r, int g, int b) {
+const auto Standard = []() -> UserDefaults& { return UserDefaults::standardUserDefaults(); };
+const auto Opaque = [](int r, int g, int b) {
     return Color::colorWithCalibratedRed(r / 255.0f, g / 255.0f, b / 255.0f, 1.0f);
-}
+};
 
 class BackgroundColorPrefTest : public ::testing::Test {
 protected:

@@ -15,10 +15,10 @@ using Bytes = UserDefaults::Bytes;
 
 namespace {
 
-std::string XmlPlist(const std::string& body) {
+const auto XmlPlist = [](const std::string& body) {
     return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n" + body +
            "\n</plist>\n";
-}
+};
 
 class UserDefaultsTest : public ::testing::Test {
 protected:
@@ -116,9 +116,9 @@ std::string Binary(const std::string& objects, const std::vector<std::uint64_t>&
 }
 
 // {"a": value}: the dictionary at 8, its key "a" at 11, the value at 13.
-std::string OneEntry(const std::string& value) {
+const auto OneEntry = [](const std::string& value) {
     return Binary(std::string("\xD1\x01\x02\x51\x61", 5) + value, {8, 11, 13});
-}
+};
 
 // A chain of `count` arrays, each holding the next one (twice when `doubled`).
 std::string Nested(int count, bool doubled) {
