@@ -25,9 +25,7 @@ struct Outcome {
 // For the shell; no argument or path here holds a single quote.
 const auto Quote = [](const std::string& arg) { return "'" + arg + "'"; };
 
-const auto Environment = [](const char* name) {
-    return std::string(getenv(name) ? getenv(name) : "");
-};
+const auto Environment = [](const char* n) { return std::string(getenv(n) ? getenv(n) : ""); };
 
 class ProgramsTest : public ::testing::Test {
 protected:
@@ -58,9 +56,7 @@ protected:
     std::string store = folder / "defaults.plist", plugin = Environment("BKGCOLORS_PLUGIN");
 };
 
-const auto Lines = [](const std::string& text) {
-    return std::count(text.begin(), text.end(), '\n');
-};
+const auto Lines = [](const std::string& t) { return std::count(t.begin(), t.end(), '\n'); };
 
 TEST_F(ProgramsTest, HostShowsTheDefaultThenStoresTheChosenColourAsOnePackedInteger) {
     Outcome run = Host({});
