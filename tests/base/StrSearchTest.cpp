@@ -128,14 +128,11 @@ namespace {
 int gAllocations = 0, gArmed = 0;
 extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*)(const volatile void*, size_t),
                                                          void (*)(const volatile void*));
-void CountMalloc(const volatile void*, size_t) {
-    gAllocations += gArmed;
-}
-void IgnoreFree(const volatile void*) {}
 } // namespace
 
 TEST(StrSearch, NoCaseSearchOnLowerCaseTextAllocatesNothing) {
-    static const int installed = __sanitizer_install_malloc_and_free_hooks(CountMalloc, IgnoreFree);
+    static const int installed = __sanitizer_install_malloc_and_free_hooks(
+        [](const volatile void*, size_t) { gAllocations += gArmed; }, [](const volatile void*) {});
     ASSERT_NE(installed, 0);
     const Str hay("a fairly long text in lower case, searched without regard to case");
     Str::SetShutdownFlag(1); // blocks taken from the pool would hide allocations
