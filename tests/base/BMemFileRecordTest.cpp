@@ -6,8 +6,6 @@
 
 #include <tuple>
 
-namespace {
-
 using namespace byterecords;
 
 // The file name item of a default BFilename: empty tag, then its 18-byte record (the storage string
@@ -66,5 +64,3 @@ TEST(BMemFileRecord, SetThenGetRoundTripsAndAssignmentCopiesTheName) {
     EXPECT_STREQ(f.m_filename.GetStorageString(), "/dir/\t\t\tname.txt\tdisk");
     EXPECT_EQ(Tags(f.m_metaData), (std::vector<std::string>{"w"}));
 }
-
-} // namespace

@@ -6,8 +6,6 @@
 
 #include <tuple>
 
-namespace {
-
 using namespace byterecords;
 
 // The tagged-item record of the tag "ab" with the 4-byte integer 7, in mode 1.
@@ -41,5 +39,3 @@ TEST(BMetaDataTagged, ReadsTaggedItemRecords) {
         EXPECT_EQ(DataOf(item), data) << reason;
     }
 }
-
-} // namespace

@@ -7,8 +7,6 @@
 #include <cstring>
 #include <tuple>
 
-namespace {
-
 using namespace byterecords;
 
 const auto IsInline = [](const BMetaData& item) { return item.GetDataPtr() == item.m_data; };
@@ -71,5 +69,3 @@ TEST(BMetaData, CompareDataOverTheCommonLength) {
         EXPECT_EQ((result > 0) - (result < 0), sign) << text << " vs " << (other ? other : "null");
     }
 }
-
-} // namespace

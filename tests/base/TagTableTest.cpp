@@ -6,8 +6,6 @@
 
 #include <tuple>
 
-namespace {
-
 using namespace byterecords;
 
 // Each record: tag size 2, then the 2-byte index of the tag in the file's table. Without a table
@@ -46,5 +44,3 @@ TEST(TagTable, ReadCopiesTheTextAtTheIndex) {
             EXPECT_EQ(DataOf(read), table ? tag : Bytes(tag.size(), 0)) << what << table;
         }
 }
-
-} // namespace

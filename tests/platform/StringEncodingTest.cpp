@@ -8,8 +8,6 @@
 using platform::ASCIIStringEncoding;
 using platform::UTF8StringEncoding;
 
-namespace {
-
 TEST(StringEncoding, ConversionsRefuseWhatTheEncodingCannotHold) {
     const std::tuple<std::string, bool, const char*> rows[] = {
         {"plain \x01\x1f\x7f", true, "ASCII including control characters"},
@@ -31,5 +29,3 @@ TEST(StringEncoding, ConversionsRefuseWhatTheEncodingCannotHold) {
     }
     EXPECT_EQ(platform::stringWithCString("ab\0cd", ASCIIStringEncoding), "ab");
 }
-
-} // namespace
