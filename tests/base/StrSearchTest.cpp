@@ -83,12 +83,10 @@ TEST(StrSearch, SharpEdges) {
 TEST(StrSearch, TokenizeSetsThePositionToTheDelimiterThenMinusOne) {
     // Text, set, start, then each token returned with the position after the call.
     const std::tuple<const char*, const char*, int, std::vector<std::pair<std::string, int>>>
-        cases[] = {
-            {"a,,b,", ",", 0, {{"a", 1}, {"b", 4}, {"", -1}}},
-            {",,,", ",", 0, {{"", -1}}},
-            {"x,y", ",", 3, {{"", -1}}},
-            {"x,y", "", 0, {{"x,y", -1}}},
-        };
+        cases[] = {{"a,,b,", ",", 0, {{"a", 1}, {"b", 4}, {"", -1}}},
+                   {",,,", ",", 0, {{"", -1}}},
+                   {"x,y", ",", 3, {{"", -1}}},
+                   {"x,y", "", 0, {{"x,y", -1}}}};
     for (auto [text, set, pos, steps] : cases) {
         SCOPED_TRACE(std::string(text) + " with '" + set + "'");
         for (const auto& [token, after] : steps) {

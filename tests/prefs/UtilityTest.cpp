@@ -14,8 +14,7 @@ TEST(Utility, BridgesOnlyAsciiText) {
         {"BkgColors", "BkgColors", "BkgColors"},
         {"", "", ""},
         {"caf\xC3\xA9", "", std::nullopt},
-        {"tab\there", "tab\there", "tab\there"},
-    };
+        {"tab\there", "tab\there", "tab\there"}};
     for (const auto& [platform, str, back] : rows) {
         SCOPED_TRACE(platform);
         EXPECT_STREQ(bridge.strFromNSString(platform), str);
