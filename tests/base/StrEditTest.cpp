@@ -138,7 +138,7 @@ TEST(StrEdit, EditsMayReadTheStringsOwnText) {
         {"abcd", [](Str& s) { s.ReplaceAt(1, 2, At(s, 2)); }, "acdd"},
         {"abcdef", [](Str& s) { s.Copy_Native(At(s, 4)); }, "ef"},
     };
-    for (const auto& [initial, op, expected] : rows) {
+    for (const auto& [initial, op, expected] : rows)
         for (int shared = 0; shared < 2; ++shared) {
             SCOPED_TRACE(expected.substr(0, 50) + (shared ? " shared" : " unshared"));
             Str s(initial.c_str());
@@ -147,7 +147,6 @@ TEST(StrEdit, EditsMayReadTheStringsOwnText) {
             EXPECT_EQ(Text(s), expected);
             EXPECT_EQ(Text(other), shared ? initial : "");
         }
-    }
 }
 
 TEST(StrEdit, BadArgumentsThrowTheirCodeAndChangeNothing) {

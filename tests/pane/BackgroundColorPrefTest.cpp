@@ -36,13 +36,12 @@ protected:
 };
 
 TEST(BackgroundColorArithmetic, EveryByteSurvivesUnpackAndRepack) {
-    for (int v = 0; v < 256; ++v) {
+    for (int v = 0; v < 256; ++v)
         for (int index = 0; index < 3; ++index) {
             float component = BackgroundColorPref::UnpackComponent(v << (8 * index), index);
             EXPECT_EQ(component, static_cast<float>(v) / 255.0f);
             EXPECT_EQ(BackgroundColorPref::ComponentByte(component), v) << v << " at " << index;
         }
-    }
 }
 
 TEST(BackgroundColorArithmetic, ComponentsTruncateAndPackingMasksEachByte) {
