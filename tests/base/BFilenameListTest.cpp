@@ -4,9 +4,9 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <random>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -27,18 +27,17 @@ Texts Paths(BFilenameList& list, bool full = false) {
     Texts out;
     for (Node* node : Nodes(list)) {
         int i = -1;
-        node->value.m_metaData.GetData("i", i);
-        out.emplace_back(full ? std::to_string(node->id) + " " +
-                                    static_cast<const char*>(node->value.GetStorageString()) + " " +
-                                    std::to_string(i)
-                              : static_cast<const char*>(node->value.GetPath()));
+        BFilename& f = node->value;
+        f.m_metaData.GetData("i", i);
+        const Str text = full ? f.GetStorageString() : f.GetPath();
+        out.push_back((full ? std::to_string(node->id) + " " : "") +
+                      static_cast<const char*>(text) + (full ? " " + std::to_string(i) : ""));
     }
     return out;
 }
 
 BFilename& AddStorage(BFilenameList& list, const std::string& text) {
-    BFilename name;
-    name.SetStorageString(text.c_str());
+    BFilename name(Str(text.c_str()));
     list.AddTail(name);
     return list.GetTail();
 }
@@ -102,11 +101,7 @@ const Bytes kOne = {1, 0, 0, 0};
 
 // Each row also checks that the list's own values are replaced: "stale" never survives.
 TEST(BFilenameListTest, ReadsListRecords) {
-    const struct Row {
-        const char* reason;
-        Bytes bytes;
-        Texts paths;
-    } rows[] = {
+    const std::tuple<const char*, Bytes, Texts> rows[] = {
         {"ok: empty list", Concat({{0, 0, 0, 0}, kEmptyList}), {}},
         {"ok: own values follow", Concat({kOne, kAB, kListW5}), {"/a/b"}},
         {"truncated: empty stream", {}, {}},
@@ -121,13 +116,13 @@ TEST(BFilenameListTest, ReadsListRecords) {
          {1, 0, 0, 0, 0, 0, 0, 0, 6, 0, 0, 0, 255, 255, 255, 127, '/', 'a'},
          {"/a"}},
     };
-    for (const Row& r : rows) {
-        BMemFile file(r.bytes.data(), static_cast<unsigned int>(r.bytes.size()));
+    for (const auto& [reason, bytes, paths] : rows) {
+        BMemFile file(bytes.data(), static_cast<unsigned int>(bytes.size()));
         BFilenameList list;
         list.m_metaData.SetData("stale", 1);
         list.Read(file, 1);
-        EXPECT_EQ(Paths(list), r.paths) << r.reason;
-        EXPECT_EQ(list.m_metaData.FindData("stale"), nullptr) << r.reason;
+        EXPECT_EQ(Paths(list), paths) << reason;
+        EXPECT_EQ(list.m_metaData.FindData("stale"), nullptr) << reason;
     }
 }
 

@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <initializer_list>
 #include <map>
 #include <string>
 
@@ -59,21 +58,12 @@ std::string Apply(const std::string& op, const char* in, const char* arg) {
     return ops.at(op)();
 }
 
-struct Row {
-    const char *op, *in, *arg, *want;
-};
-
-void Check(std::initializer_list<Row> rows) {
-    for (const Row& r : rows)
-        EXPECT_EQ(Apply(r.op, r.in, r.arg), r.want)
-            << r.op << " '" << r.in << "' '" << r.arg << "'";
-}
-
 } // namespace
 
-TEST(BFilenamePath, DirectoriesAndSystemPaths) {
+// Operation, input, argument and result; directories and system paths first.
+TEST(BFilenamePath, OperationsTable) {
     const std::string windows(3000, '\\'), system(3000, '/');
-    Check({
+    const char* const rows[][4] = {
         {"GetDirectory", "x", "", "x/"},
         {"GetDirectory", "x\\", "", "x\\"},
         {"SetDirectory", "", "a?", "a?/"},
@@ -92,11 +82,7 @@ TEST(BFilenamePath, DirectoriesAndSystemPaths) {
         {"DividePath", "a\\b//", "", "keep|a\\|b/|/|"},
         // Words start after a space or '\', not after '/'.
         {"ToUpperLower", "my docs\\old FILES/x y", "", "My Docs\\Old Files/x Y"},
-    });
-}
-
-TEST(BFilenamePath, FileNameAndExtension) {
-    Check({
+        // File name and extension.
         {"IsA", "a.zip", ".ZIP", "yes"},
         {"IsA", "a.zip", "..zip", "no"},
         {"IsA", "a.tar.gz", "tar.gz", "no"},
@@ -120,11 +106,7 @@ TEST(BFilenamePath, FileNameAndExtension) {
         // The number is read after the first '(' only, and wraps in 32 bits.
         {"GetNextUniqueName", "a(1)(5).txt", "", "a(2).txt"},
         {"GetNextUniqueName", "a(2147483647).txt", "", "a(-2147483648).txt"},
-    });
-}
-
-TEST(BFilenamePath, ArchiveMembersDisplayAndOrder) {
-    Check({
+        // Archive members, display and order.
         {"SetZipPath", "\tz\to/\to\t", "i/j/a?.png", "\tz\ti/j/\ta.png\t"},
         {"SetZipPath", "\tz\to/\to\t", "a\\b", "\tz\ta\\\tb\t"},
         {"GetZipPath", "\tz\timg\tf\t", "", "img/"},
@@ -138,5 +120,7 @@ TEST(BFilenamePath, ArchiveMembersDisplayAndOrder) {
         {"Compare", "/a/\t\t\tf\tD1", "/a/\t\t\tf\tD2", "0"},
         {"Compare", "/a/\t\t\tf\t", "/b/\t\t\tf\t", "1"},
         {"Compare", "/a/\t\t\tf\t", "/a/\tz\t\tf\t", "1"},
-    });
+    };
+    for (const auto& [op, in, arg, want] : rows)
+        EXPECT_EQ(Apply(op, in, arg), want) << op << " '" << in << "' '" << arg << "'";
 }

@@ -6,11 +6,9 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <random>
 #include <string>
 #include <tuple>
-#include <vector>
 
 using namespace byterecords;
 
@@ -22,11 +20,6 @@ Bytes Record(unsigned int length, const std::string& text, const Bytes& list = {
     for (int shift = 0; shift < 32; shift += 8)
         b.push_back(static_cast<unsigned char>(length >> shift));
     return Concat({b, Bytes(text.begin(), text.end()), list});
-}
-
-void SetDataBytes(BMetaData& item, const Bytes& bytes) {
-    item.CreateDataBuff(static_cast<unsigned int>(bytes.size()));
-    std::copy(bytes.begin(), bytes.end(), item.GetDataPtr());
 }
 
 const FilenameParts kFull{"/d/", "z.zip", "zp/", "f.txt", "Disk"};
@@ -108,8 +101,7 @@ TEST(BFilename, StorageAndCatalogRoundTripRandomComponents) {
                               zip ? word(2, "abZ.ip _-") : "",
                               zip && rng() % 2 ? word(0, "ab/\\. ") + "\\" : "",
                               word(1, "abZ.ip _-"), word(0, "ab/\\: ")};
-        BFilename viaStorage, viaCatalog;
-        viaStorage.SetStorageString(Make(p).GetStorageString());
+        BFilename viaStorage(Make(p).GetStorageString()), viaCatalog;
         viaCatalog.SetCatalogString(Make(p).GetCatalogString());
         ASSERT_EQ(PartsOf(viaStorage), p);
         ASSERT_EQ(PartsOf(viaCatalog), p) << Text(Make(p).GetCatalogString());
@@ -162,14 +154,11 @@ TEST(BFilename, AssignmentCopiesContentResetsDelimitersKeepsTagAndIgnoresItself)
     EXPECT_EQ(DataOf(target), Bytes({1, 2, 3}));
 }
 
-TEST(BFilename, SetWritesLengthStorageStringAndList) {
-    BFilename f = Make({"a/", "", "", "b", ""});
-    f.m_metaData.SetData("w", 5);
-    f.Set();
-    EXPECT_EQ(DataOf(f), Record(7, "a/\t\t\tb\t", kListW5));
-}
-
-TEST(BFilename, GetRestoresWhatTheRecordHolds) {
+TEST(BFilename, SetWritesTheRecordAndGetRestoresWhatARecordHolds) {
+    BFilename written = Make({"a/", "", "", "b", ""});
+    written.m_metaData.SetData("w", 5);
+    written.Set();
+    EXPECT_EQ(DataOf(written), Record(7, "a/\t\t\tb\t", kListW5));
     const Bytes badMarker = {'I', 'D', 'M', 'D', 'T', 'X', 0, 0, 0, 0};
     // Reason, record, storage string and property count restored from it.
     const std::tuple<const char*, Bytes, const char*, unsigned int> rows[] = {

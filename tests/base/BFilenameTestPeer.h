@@ -22,11 +22,8 @@ public:
     // A filename holding exactly these components.
     static BFilename Make(const FilenameParts& p) {
         BFilename f;
-        f.m_Directory = p[0].c_str();
-        f.m_ZipName = p[1].c_str();
-        f.m_ZipPath = p[2].c_str();
-        f.m_FileName = p[3].c_str();
-        f.m_DiskName = p[4].c_str();
+        f.m_Directory = p[0].c_str(), f.m_ZipName = p[1].c_str(), f.m_ZipPath = p[2].c_str();
+        f.m_FileName = p[3].c_str(), f.m_DiskName = p[4].c_str();
         return f;
     }
 };

@@ -28,8 +28,6 @@ struct BListTestPeer {
     }
 };
 
-namespace {
-
 // Random operations against a vector of (position, id, value): every position handed out keeps
 // naming its node. Ids count up from 1 (or from just below the wrap), skip 0 and are not reset by
 // RemoveAll.
@@ -78,5 +76,3 @@ TEST_F(BListDeathTest, TailOfEmptyListStopsNamingTheNode) {
     BList<std::string> list;
     EXPECT_DEATH(list.GetTail(), "\\(node\\), function GetTail, file BList, line [0-9]+");
 }
-
-} // namespace

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-namespace {
+#include <tuple>
 
 using namespace byterecords;
 
@@ -15,10 +15,8 @@ const Bytes kHead = Concat({kEmptyList, kDefaultName}), kHeadW5 = Concat({kListW
 
 // Get on each record; Set on what the ok rows rebuilt gives their bytes back.
 TEST(BMemFileRecord, RecordByteTable) {
-    struct Row {
-        const char* what;
-        Bytes head, tail, content;
-    } rows[] = {
+    // What, the record's head and tail, and the content Get leaves.
+    const std::tuple<const char*, Bytes, Bytes, Bytes> rows[] = {
         {"ok: empty file", kHead, {0, 0, 0, 0}, {}},
         {"ok: property and content", kHeadW5, {3, 0, 0, 0, 'a', 'b', 'c'}, {'a', 'b', 'c'}},
         {"truncated: only the list, so no name, length or content", kEmptyList, {}, {}},
@@ -26,21 +24,21 @@ TEST(BMemFileRecord, RecordByteTable) {
         {"truncated: a 2-byte length has zero high bytes", kHead, {3, 0}, {0, 0, 0}},
         {"corrupt: a huge length keeps the bytes present", kHead, {255, 255, 255, 255, 'a'}, {'a'}},
     };
-    for (const Row& row : rows) {
+    for (const auto& [what, head, tail, content] : rows) {
+        SCOPED_TRACE(what);
         BMemFile f;
         f.Write("12345", 5);
         f.m_metaData.SetData("stale", 1);
-        const Bytes record = Concat({row.head, row.tail});
-        f.CreateDataBuff(static_cast<unsigned int>(record.size()));
-        std::copy(record.begin(), record.end(), f.GetDataPtr());
+        const Bytes record = Concat({head, tail});
+        SetDataBytes(f, record);
         f.Get();
-        EXPECT_EQ(Written(f), row.content) << row.what;
-        EXPECT_EQ(f.m_position, std::min(5u, f.m_length)) << row.what << ": position cut";
-        EXPECT_EQ(f.m_metaData.GetCount(), row.head == kHeadW5 ? 1u : 0u) << row.what;
-        EXPECT_EQ(DataOf(f), record) << row.what << ": the data is read in place";
-        if (row.what[0] == 'o') {
+        EXPECT_EQ(Written(f), content);
+        EXPECT_EQ(f.m_position, std::min(5u, f.m_length)) << "position cut";
+        EXPECT_EQ(f.m_metaData.GetCount(), head == kHeadW5 ? 1u : 0u);
+        EXPECT_EQ(DataOf(f), record) << "the data is read in place";
+        if (what[0] == 'o') {
             f.Set();
-            EXPECT_EQ(DataOf(f), record) << row.what << ": Set";
+            EXPECT_EQ(DataOf(f), record) << "Set";
         }
     }
 }
@@ -66,5 +64,3 @@ TEST(BMemFileRecord, SetThenGetRoundTripsAndAssignmentCopiesTheName) {
     EXPECT_STREQ(f.m_filename.GetStorageString(), "/dir/\t\t\tname.txt\tdisk");
     EXPECT_EQ(Tags(f.m_metaData), (std::vector<std::string>{"w"}));
 }
-
-} // namespace

@@ -7,8 +7,6 @@
 #include <climits>
 #include <tuple>
 
-namespace {
-
 using namespace byterecords;
 
 TEST(BMemFile, SeekAndSetPositionClampToTheData) {
@@ -79,5 +77,3 @@ TEST(BMemFileDeathTest, BrokenPreconditionsStopTheProgram) {
     // Growth would need a capacity of 2^32: the write stops before touching the source.
     EXPECT_DEATH(f.Write(&byte, UINT_MAX), "\\(0\\), function Write, file BMemFile, line [0-9]+");
 }
-
-} // namespace

@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
 namespace {
 
 using namespace byterecords;
@@ -18,8 +16,7 @@ public:
         BMemFile file;
         m_metaData.Write(file, 1);
         file.Write(count);
-        CreateDataBuff(file.m_length);
-        std::copy(file.m_buffer, file.m_buffer + file.m_length, GetDataPtr());
+        SetDataBytes(*this, Written(file));
     }
     void Get() override {
         BMemFile file(GetDataPtr(), m_size);

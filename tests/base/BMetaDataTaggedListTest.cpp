@@ -6,8 +6,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <tuple>
 #include <type_traits>
-#include <utility>
 
 namespace {
 
@@ -16,8 +16,7 @@ using namespace byterecords;
 void Append(BMetaDataTaggedList& list, const char* tag, const Bytes& data) {
     BMetaDataTagged& item = list.GetAt(list.AddTail(BMetaDataTagged()));
     item.m_tag.SetData(tag);
-    item.CreateDataBuff(static_cast<unsigned int>(data.size()));
-    std::copy(data.begin(), data.end(), item.GetDataPtr());
+    SetDataBytes(item, data);
 }
 
 template <class T> bool Takes(const Bytes& data) {
@@ -26,12 +25,10 @@ template <class T> bool Takes(const Bytes& data) {
     T value;
     unsigned char* bytes = reinterpret_cast<unsigned char*>(&value);
     std::memset(bytes, 0xA5, sizeof value);
-    BMetaDataTagged* found = nullptr;
     if constexpr (std::is_same_v<T, void*>)
-        found = list.GetData(Str("Key"), &value);
+        EXPECT_EQ(list.GetData(Str("Key"), &value), &list.GetTail());
     else
-        found = list.GetData("KEY", value);
-    EXPECT_EQ(found, &list.GetTail());
+        EXPECT_EQ(list.GetData("KEY", value), &list.GetTail());
     if (RunOf(bytes, sizeof value) == Bytes(sizeof value, 0xA5))
         return false;
     const Bytes padded = Concat({data, Bytes(sizeof value, 0)});
@@ -40,12 +37,7 @@ template <class T> bool Takes(const Bytes& data) {
 }
 
 TEST(BMetaDataTaggedList, TypedGettersNeedTheValuesFullWidth) {
-    const struct Row {
-        const char* what;
-        bool (*takes)(const Bytes&);
-        Bytes data;
-        bool taken;
-    } rows[] = {
+    const std::tuple<const char*, bool (*)(const Bytes&), Bytes, bool> rows[] = {
         {"int, first 4 of 8", Takes<int>, {1, 0, 0, 0, 2, 0, 0, 0}, true},
         {"int, 3 bytes", Takes<int>, {1, 2, 3}, false},
         {"unsigned, 0 bytes", Takes<unsigned int>, {}, false},
@@ -57,17 +49,13 @@ TEST(BMetaDataTaggedList, TypedGettersNeedTheValuesFullWidth) {
         {"pointer, 8 bytes", Takes<void*>, {8, 7, 6, 5, 4, 3, 2, 1}, true},
         {"pointer, 7 bytes", Takes<void*>, {1, 2, 3, 4, 5, 6, 7}, false},
     };
-    for (const Row& r : rows)
-        EXPECT_EQ(r.takes(r.data), r.taken) << r.what;
+    for (const auto& [what, takes, data, taken] : rows)
+        EXPECT_EQ(takes(data), taken) << what;
 }
 
 // Tags play no part; data is compared pair by pair, up to the shorter of the two.
 TEST(BMetaDataTaggedList, EqualityComparesDataPairByPair) {
-    const struct Row {
-        const char* what;
-        std::vector<Bytes> a, b;
-        bool equal;
-    } rows[] = {
+    const std::tuple<const char*, std::vector<Bytes>, std::vector<Bytes>, bool> rows[] = {
         {"same data", {{1}, {2, 3}}, {{1}, {2, 3}}, true},
         {"different counts", {{1}}, {{1}, {2}}, false},
         {"different data", {{1}}, {{2}}, false},
@@ -75,15 +63,16 @@ TEST(BMetaDataTaggedList, EqualityComparesDataPairByPair) {
         {"an empty item is never equal", {{}}, {{}}, false},
         {"two empty lists", {}, {}, true},
     };
-    for (const Row& r : rows) {
+    for (const auto& [what, as, bs, equal] : rows) {
+        SCOPED_TRACE(what);
         BMetaDataTaggedList a, b;
-        for (const Bytes& data : r.a)
+        for (const Bytes& data : as)
             Append(a, "a", data);
-        for (const Bytes& data : r.b)
+        for (const Bytes& data : bs)
             Append(b, "b", data);
-        EXPECT_EQ(a == b, r.equal) << r.what;
-        EXPECT_EQ(b == a, r.equal) << r.what;
-        EXPECT_EQ(a == a, r.a.empty() || !r.a[0].empty()) << r.what << ", with itself";
+        EXPECT_EQ(a == b, equal);
+        EXPECT_EQ(b == a, equal);
+        EXPECT_EQ(a == a, as.empty() || !as[0].empty()) << "with itself";
     }
 }
 
@@ -93,12 +82,8 @@ TEST(BMetaDataTaggedList, ReadsListRecords) {
     using TagList = std::vector<std::string>;
     TagList wThen16(17, "");
     wThen16[0] = "w";
-    const struct Row {
-        const char* reason;
-        Bytes stream;
-        short mode;
-        TagList tags;
-    } rows[] = {
+    // Reason, stream, mode and the tags read.
+    const std::tuple<const char*, Bytes, short, TagList> rows[] = {
         {"ok: the empty list", kEmptyList, 1, {}},
         {"ok: one item", kListW5, 1, {"w"}},
         {"ok: mode 2 has the marker, its tags are table indexes", kListW5, 2, {""}},
@@ -111,17 +96,17 @@ TEST(BMetaDataTaggedList, ReadsListRecords) {
         {"corrupt: huge count, capped past the end", Concat({mark, {0xFF, 0xFF, 0xFF, 0x7F}, w5}),
          1, wThen16},
     };
-    for (const Row& r : rows) {
-        BMemFile f(r.stream.data(), static_cast<unsigned int>(r.stream.size()));
+    for (const auto& [reason, stream, mode, tags] : rows) {
+        BMemFile f(stream.data(), static_cast<unsigned int>(stream.size()));
         BMetaDataTaggedList list;
         list.SetData("stale", 1);
-        EXPECT_EQ(list.Read(f, r.mode), static_cast<int>(r.tags.size())) << r.reason;
-        EXPECT_EQ(Tags(list), r.tags) << r.reason;
+        EXPECT_EQ(list.Read(f, mode), static_cast<int>(tags.size())) << reason;
+        EXPECT_EQ(Tags(list), tags) << reason;
     }
 }
 
 TEST(BMetaDataTaggedList, WritesListRecordsAndReadsThemBack) {
-    BMetaDataTaggedList list;
+    BMetaDataTaggedList list, back;
     BMemFile empty, one, f;
     list.Write(empty, 1);
     EXPECT_EQ(Written(empty), kEmptyList);
@@ -132,7 +117,6 @@ TEST(BMetaDataTaggedList, WritesListRecordsAndReadsThemBack) {
     list.SetData("float", 0.25f);
     list.Write(f, 1);
     f.Seek(0, 0);
-    BMetaDataTaggedList back;
     EXPECT_EQ(back.Read(f, 1), 3);
     EXPECT_TRUE(back == list);
     EXPECT_EQ(Tags(back), Tags(list));

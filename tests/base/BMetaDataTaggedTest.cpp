@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-namespace {
+#include <tuple>
 
 using namespace byterecords;
 
@@ -20,12 +20,8 @@ TEST(BMetaDataTagged, ReadThenWriteGivesTheSameRecord) {
 }
 
 TEST(BMetaDataTagged, ReadsTaggedItemRecords) {
-    const struct Row {
-        const char* reason;
-        Bytes stream;
-        short mode;
-        Bytes tag, data;
-    } rows[] = {
+    // Reason, stream, mode, then the tag and data read.
+    const std::tuple<const char*, Bytes, short, Bytes, Bytes> rows[] = {
         {"ok: tag ab, data 7", kAbSeven, 1, {'a', 'b', 0}, {7, 0, 0, 0}},
         {"ok: empty tag and data", {0, 0, 0, 0, 0, 0, 0, 0}, 1, {}, {}},
         {"truncated: exhausted stream", {}, 1, {}, {}},
@@ -33,15 +29,13 @@ TEST(BMetaDataTagged, ReadsTaggedItemRecords) {
         {"truncated: data cut short", {1, 0, 0, 0, 'w', 3, 0, 0, 0, 9}, 1, {'w'}, {9, 0, 0}},
         {"ok: mode 3, tag index, no table", {3, 0, 0, 0, 5, 0, 1, 0, 0, 0, 42}, 3, {0, 0, 0}, {42}},
     };
-    for (const Row& r : rows) {
-        BMemFile f(r.stream.data(), static_cast<unsigned int>(r.stream.size()));
+    for (const auto& [reason, stream, mode, tag, data] : rows) {
+        BMemFile f(stream.data(), static_cast<unsigned int>(stream.size()));
         BMetaDataTagged item;
         item.m_tag.SetData("old");
         item.SetData("old data");
-        item.Read(f, r.mode);
-        EXPECT_EQ(DataOf(item.m_tag), r.tag) << r.reason;
-        EXPECT_EQ(DataOf(item), r.data) << r.reason;
+        item.Read(f, mode);
+        EXPECT_EQ(DataOf(item.m_tag), tag) << reason;
+        EXPECT_EQ(DataOf(item), data) << reason;
     }
 }
-
-} // namespace

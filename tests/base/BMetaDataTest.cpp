@@ -5,25 +5,19 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-
-namespace {
+#include <tuple>
 
 using namespace byterecords;
 
-bool IsInline(const BMetaData& item) {
-    return item.GetDataPtr() == static_cast<const unsigned char*>(item.m_data);
-}
+const auto IsInline = [](const BMetaData& item) { return item.GetDataPtr() == item.m_data; };
 
 // Item records: the 4-byte size, then the bytes. Each row reads into an item that held other data;
 // runs of up to 8 bytes live inside the item.
 TEST(BMetaData, ReadsItemRecords) {
     const Bytes eight = {1, 2, 3, 4, 5, 6, 7, 8}, nine = {1, 2, 3, 4, 5, 6, 7, 8, 9};
     const Bytes big = Concat({{0xAA}, Bytes(4096, 0)});
-    const struct {
-        const char* reason;
-        Bytes stream, data;
-        unsigned int consumed;
-    } rows[] = {
+    // Reason, stream, the item's data after, and the bytes consumed.
+    const std::tuple<const char*, Bytes, Bytes, unsigned int> rows[] = {
         {"ok: empty item", {0, 0, 0, 0, 0xEE}, {}, 4},
         {"ok: eight bytes", Concat({{8, 0, 0, 0}, eight, {0xEE}}), eight, 12},
         {"ok: nine bytes", Concat({{9, 0, 0, 0}, nine}), nine, 13},
@@ -34,14 +28,14 @@ TEST(BMetaData, ReadsItemRecords) {
         {"corrupt: a size beyond belief keeps what remains", {0x02, 0x10, 0, 0, 0xAA}, {0xAA}, 5},
         {"corrupt: the largest size", {0xFF, 0xFF, 0xFF, 0xFF, 0x61, 0x62}, {0x61, 0x62}, 6},
     };
-    for (const auto& r : rows) {
-        BMemFile f(r.stream.data(), static_cast<unsigned int>(r.stream.size()));
+    for (const auto& [reason, stream, data, consumed] : rows) {
+        BMemFile f(stream.data(), static_cast<unsigned int>(stream.size()));
         BMetaData item;
         item.SetData("previous contents");
         item.Read(f, 1);
-        EXPECT_EQ(DataOf(item), r.data) << r.reason;
-        EXPECT_EQ(IsInline(item), r.data.size() <= 8) << r.reason;
-        EXPECT_EQ(f.m_position, r.consumed) << r.reason;
+        EXPECT_EQ(DataOf(item), data) << reason;
+        EXPECT_EQ(IsInline(item), data.size() <= 8) << reason;
+        EXPECT_EQ(f.m_position, consumed) << reason;
     }
 }
 
@@ -62,23 +56,16 @@ TEST(BMetaData, WritesItemRecordsAndReadsThemBack) {
 
 // Compares over the common length only; an empty run or a null argument never compares equal.
 TEST(BMetaData, CompareDataOverTheCommonLength) {
-    const struct {
-        const char *item, *other;
-        int sign;
-    } rows[] = {
+    const std::tuple<const char*, const char*, int> rows[] = {
         {"abc", "abc", 0},   {"abc", "abcd", 0}, {"abcd", "ab", 0}, {"abz", "abc", -1},
         {"abc", "a\x80", 1}, {"", "a", 1},       {"a", "", 1},      {"ab", nullptr, 1},
     };
-    for (const auto& r : rows) {
+    for (const auto& [text, other, sign] : rows) {
         BMetaData item;
-        const std::size_t n = std::strlen(r.item);
-        item.CreateDataBuff(static_cast<unsigned int>(n));
-        std::memcpy(item.GetDataPtr(), r.item, n);
-        const auto* p = reinterpret_cast<const unsigned char*>(r.other);
-        const int result =
-            item.CompareData(p, r.other ? static_cast<unsigned int>(std::strlen(r.other)) : 2);
-        EXPECT_EQ((result > 0) - (result < 0), r.sign) << "row " << &r - rows;
+        SetDataBytes(
+            item, RunOf(reinterpret_cast<const unsigned char*>(text), unsigned(std::strlen(text))));
+        const auto* p = reinterpret_cast<const unsigned char*>(other);
+        const int result = item.CompareData(p, other ? unsigned(std::strlen(other)) : 2);
+        EXPECT_EQ((result > 0) - (result < 0), sign) << text << " vs " << (other ? other : "null");
     }
 }
-
-} // namespace

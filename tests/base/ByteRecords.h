@@ -5,6 +5,7 @@
 #include "base/BMemFile.h"
 #include "base/BMetaDataTaggedList.h"
 
+#include <algorithm>
 #include <initializer_list>
 #include <string>
 #include <vector>
@@ -20,16 +21,16 @@ inline Bytes Concat(std::initializer_list<Bytes> parts) {
     return out;
 }
 
-inline Bytes RunOf(const unsigned char* p, unsigned int n) {
-    return Bytes(p, p + n);
-}
-
-inline Bytes Written(const BMemFile& f) {
-    return RunOf(f.m_buffer, f.m_length);
-}
-
-inline Bytes DataOf(const BMetaData& item) {
+inline const auto RunOf = [](const unsigned char* p, unsigned int n) { return Bytes(p, p + n); };
+inline const auto Written = [](const BMemFile& f) { return RunOf(f.m_buffer, f.m_length); };
+inline const auto DataOf = [](const BMetaData& item) {
     return RunOf(item.GetDataPtr(), item.m_size);
+};
+
+// Replaces the item's data with these bytes.
+inline void SetDataBytes(BMetaData& item, const Bytes& bytes) {
+    item.CreateDataBuff(static_cast<unsigned int>(bytes.size()));
+    std::copy(bytes.begin(), bytes.end(), item.GetDataPtr());
 }
 
 // The tags of a list, head to tail, each up to its first zero byte.

@@ -110,8 +110,7 @@ TEST(FastPathModelTest, MemFileWritesMatchExactGrowth) {
             std::generate(bytes, bytes + 40, [&] { return static_cast<unsigned char>(rng()); });
             const unsigned int n = rng() % 40, action = rng() % 6;
             if (action == 0) {
-                file.Write(bytes, n);
-                model.Write(bytes, n);
+                file.Write(bytes, n), model.Write(bytes, n);
             } else if (action <= 2) {
                 // Scalars write the 4- or 2-byte little-endian image of the value.
                 const unsigned int v =

@@ -138,7 +138,7 @@ TEST(StrEdit, EditsMayReadTheStringsOwnText) {
         {"abcd", [](Str& s) { s.ReplaceAt(1, 2, At(s, 2)); }, "acdd"},
         {"abcdef", [](Str& s) { s.Copy_Native(At(s, 4)); }, "ef"},
     };
-    for (const auto& [initial, op, expected] : rows) {
+    for (const auto& [initial, op, expected] : rows)
         for (int shared = 0; shared < 2; ++shared) {
             SCOPED_TRACE(expected.substr(0, 50) + (shared ? " shared" : " unshared"));
             Str s(initial.c_str());
@@ -147,7 +147,6 @@ TEST(StrEdit, EditsMayReadTheStringsOwnText) {
             EXPECT_EQ(Text(s), expected);
             EXPECT_EQ(Text(other), shared ? initial : "");
         }
-    }
 }
 
 TEST(StrEdit, BadArgumentsThrowTheirCodeAndChangeNothing) {
@@ -183,17 +182,17 @@ TEST(StrEdit, BadArgumentsThrowTheirCodeAndChangeNothing) {
 
 TEST(StrEdit, CapacitiesFollowTheSizingRules) {
     const std::string s63(63, 'a'), s200(200, 'c'), s500(500, 'd');
-    const Op keep = [](Str&) {}, compact = [](Str&s) { s.Compact(0); };
+    const Op keep = [](Str&) {}, compact = [](Str&s) { s.Compact(0); },
+             copy = [](Str&s) { s.Copy_Native("abc"); },
+             replace = [&](Str&s) { s.ReplaceAt(0, 1, &s200[0]); };
     const std::tuple<const char*, Str, int, int> rows[] = {
         {"prealloc counts", Edited("abc", 200, false, keep), 255, 3},
         {"length 64", Edited(s63 + "b", 0, false, keep), 127, 64},
         {"Preallocate", Edited("", 0, false, [](Str& s) { s.Preallocate(64); }), 127, 0},
-        {"old length sizes a shared block's copy",
-         Edited(s500, 0, true, [](Str& s) { s.Copy_Native("0123456789"); }), 511, 10},
+        {"old length sizes a shared block's copy", Edited(s500, 0, true, copy), 511, 3},
         {"Delete on shared", Edited(s200, 0, true, [](Str& s) { s.Delete(0, 150); }), 255, 50},
         {"Empty on shared", Edited(s200, 0, true, [](Str& s) { s.Empty(); }), 255, 0},
-        {"ReplaceAt grows shared",
-         Edited("abc", 0, true, [&](Str& s) { s.ReplaceAt(0, 1, &s200[0]); }), 255, 202},
+        {"ReplaceAt grows shared", Edited("abc", 0, true, replace), 255, 202},
         {"Compact leaves shared", Edited("0123456789", 200, true, compact), 255, 10},
         {"Compact shrinks", Edited("0123456789", 200, false, compact), 63, 10},
         {"Mid sizes for its result", Str(s200.c_str()).Mid(100, 10), 63, 10},

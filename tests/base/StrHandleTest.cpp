@@ -12,9 +12,7 @@
 
 using namespace strtest;
 
-namespace {
 const auto P = [](const Str& s) { return static_cast<const char*>(s); };
-} // namespace
 
 TEST(StrHandle, EmptyStringsShareTheStaticBlockAndNeverCount) {
     const long long heap = strtest::HeapBytes();

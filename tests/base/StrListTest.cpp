@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <random>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -14,9 +15,7 @@ namespace {
 using Node = BListNode<Str>;
 using Texts = std::vector<std::string>;
 
-Node* NodeOf(__POSITION* pos) {
-    return reinterpret_cast<Node*>(pos);
-}
+const auto NodeOf = [](__POSITION* pos) { return reinterpret_cast<Node*>(pos); };
 
 std::vector<Node*> Nodes(StrList& list) {
     std::vector<Node*> out;
@@ -43,11 +42,9 @@ void Fill(StrList& list, const Texts& texts) {
 
 TEST(StrListTest, FindAddUniqueAndCombine) {
     enum Op { Find, AddUnique, Combine, CombineUnique, CombineSelf, CombineSelfUnique };
-    const struct Row {
-        Op op;
-        Texts start, other, after;
-        std::uint32_t id; // of the node returned; 0 for null
-    } rows[] = {
+    // The list, the other list (or the text looked for), the list after, and the id of the node
+    // returned (0 for null).
+    const std::tuple<Op, Texts, Texts, Texts, std::uint32_t> rows[] = {
         {Find, {}, {"abc"}, {}, 0},
         {Find, {"ABC", "abcd", "ab"}, {"abc"}, {"ABC", "abcd", "ab"}, 0},
         {Find, {"x", "abc", "abc"}, {"abc"}, {"x", "abc", "abc"}, 2},
@@ -59,17 +56,18 @@ TEST(StrListTest, FindAddUniqueAndCombine) {
         {Combine, {"y"}, {"x", "y", "x"}, {"y", "x", "y", "x"}, 0},
         {CombineSelfUnique, {"a", "b", "a"}, {}, {"a", "b", "a"}, 0},
     };
-    for (const Row& r : rows) {
+    for (const auto& [op, start, others, after, id] : rows) {
+        SCOPED_TRACE("op " + std::to_string(op) + ", row of " + std::to_string(after.size()));
         StrList list, other;
-        Fill(list, r.start);
-        Fill(other, r.other);
+        Fill(list, start);
+        Fill(other, others);
         __POSITION* pos = nullptr;
-        if (r.op <= AddUnique)
-            pos = r.op == Find ? list.Find(r.other[0].c_str()) : list.AddUnique(r.other[0].c_str());
+        if (op <= AddUnique)
+            pos = op == Find ? list.Find(others[0].c_str()) : list.AddUnique(others[0].c_str());
         else
-            list.Combine(r.op >= CombineSelf ? list : other, r.op % 2);
-        EXPECT_EQ(Contents(list), r.after) << r.op << ", row of " << r.after.size();
-        EXPECT_EQ(pos ? NodeOf(pos)->id : 0u, r.id) << r.op << ", row of " << r.after.size();
+            list.Combine(op >= CombineSelf ? list : other, op % 2);
+        EXPECT_EQ(Contents(list), after);
+        EXPECT_EQ(pos ? NodeOf(pos)->id : 0u, id);
     }
 }
 
@@ -90,11 +88,11 @@ void SelectionSort(StrList& list) {
         }
         if (smallest == current) {
             current = current->next;
-        } else {
-            Str text = a.GetStorageString();
-            list.InsertBefore(reinterpret_cast<__POSITION*>(current), text);
-            list.RemoveAt(reinterpret_cast<__POSITION*>(smallest));
+            continue;
         }
+        Str text = a.GetStorageString();
+        list.InsertBefore(reinterpret_cast<__POSITION*>(current), text);
+        list.RemoveAt(reinterpret_cast<__POSITION*>(smallest));
     }
 }
 

@@ -26,17 +26,6 @@ std::string Lower(std::string s) {
 const auto Z = [](int n) { return static_cast<std::size_t>(n); };
 const auto Pos = [](std::size_t p) { return p == std::string::npos ? -1 : static_cast<int>(p); };
 
-// The non-empty tokens of s between delimiters of set, as Tokenize returns them in turn.
-std::vector<std::string> Tokens(const Str& s, const char* set) {
-    std::vector<std::string> got;
-    for (int pos = 0, n = 0; pos >= 0 && n <= s.GetLength(); ++n) {
-        const Str token = s.Tokenize(set, pos);
-        if (!token.IsEmpty())
-            got.emplace_back(token);
-    }
-    return got;
-}
-
 } // namespace
 
 TEST(StrSearch, RandomSearchesMatchStdString) {
@@ -69,13 +58,15 @@ TEST(StrSearch, RandomSearchesMatchStdString) {
         if (!w.empty() && (start == 0 || start < len)) {
             EXPECT_EQ(s.FindOneOf(w.c_str(), start), Pos(m.find_first_of(w, Z(start))));
         }
-        std::vector<std::string> expected;
-        for (std::size_t i = m.find_first_not_of(",;"); i != std::string::npos;) {
-            const std::size_t e = m.find_first_of(",;", i);
-            expected.push_back(m.substr(i, e == std::string::npos ? e : e - i));
-            i = m.find_first_not_of(",;", e);
-        }
-        EXPECT_EQ(Tokens(s, ",;"), expected);
+        // Tokenize in turn gives the non-empty tokens between delimiters.
+        std::vector<std::string> tokens, expected;
+        for (int pos = 0, n = 0; pos >= 0 && n <= len; ++n)
+            if (const Str token = s.Tokenize(",;", pos); !token.IsEmpty())
+                tokens.emplace_back(token);
+        for (auto i = m.find_first_not_of(",;"), e = i; i != std::string::npos;
+             i = m.find_first_not_of(",;", e))
+            expected.push_back(m.substr(i, (e = m.find_first_of(",;", i)) - i));
+        EXPECT_EQ(tokens, expected);
     }
 }
 
@@ -92,12 +83,10 @@ TEST(StrSearch, SharpEdges) {
 TEST(StrSearch, TokenizeSetsThePositionToTheDelimiterThenMinusOne) {
     // Text, set, start, then each token returned with the position after the call.
     const std::tuple<const char*, const char*, int, std::vector<std::pair<std::string, int>>>
-        cases[] = {
-            {"a,,b,", ",", 0, {{"a", 1}, {"b", 4}, {"", -1}}},
-            {",,,", ",", 0, {{"", -1}}},
-            {"x,y", ",", 3, {{"", -1}}},
-            {"x,y", "", 0, {{"x,y", -1}}},
-        };
+        cases[] = {{"a,,b,", ",", 0, {{"a", 1}, {"b", 4}, {"", -1}}},
+                   {",,,", ",", 0, {{"", -1}}},
+                   {"x,y", ",", 3, {{"", -1}}},
+                   {"x,y", "", 0, {{"x,y", -1}}}};
     for (auto [text, set, pos, steps] : cases) {
         SCOPED_TRACE(std::string(text) + " with '" + set + "'");
         for (const auto& [token, after] : steps) {
@@ -137,14 +126,11 @@ namespace {
 int gAllocations = 0, gArmed = 0;
 extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*)(const volatile void*, size_t),
                                                          void (*)(const volatile void*));
-void CountMalloc(const volatile void*, size_t) {
-    gAllocations += gArmed;
-}
-void IgnoreFree(const volatile void*) {}
 } // namespace
 
 TEST(StrSearch, NoCaseSearchOnLowerCaseTextAllocatesNothing) {
-    static const int installed = __sanitizer_install_malloc_and_free_hooks(CountMalloc, IgnoreFree);
+    static const int installed = __sanitizer_install_malloc_and_free_hooks(
+        [](const volatile void*, size_t) { gAllocations += gArmed; }, [](const volatile void*) {});
     ASSERT_NE(installed, 0);
     const Str hay("a fairly long text in lower case, searched without regard to case");
     Str::SetShutdownFlag(1); // blocks taken from the pool would hide allocations

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-namespace {
+#include <tuple>
 
 using namespace byterecords;
 
@@ -28,24 +28,19 @@ TEST(TagTableDeathTest, TagsGetIndicesInFirstWrittenOrderIgnoringCase) {
 // Reading copies up to the record's size of the text at the index, never past its zero byte.
 TEST(TagTable, ReadCopiesTheTextAtTheIndex) {
     const char* texts[] = {"x", "yy", nullptr};
-    const struct {
-        const char* what;
-        Bytes record, tag;
-    } rows[] = {
+    const std::tuple<const char*, Bytes, Bytes> rows[] = {
         {"ok: a size past the text stops at its zero", {5, 0, 0, 0, 0, 0}, {'x', 0, 0, 0, 0}},
         {"corrupt: negative index keeps zero bytes", {3, 0, 0, 0, 0xFF, 0xFF}, {0, 0, 0}},
         {"corrupt: null entry keeps zero bytes", {3, 0, 0, 0, 2, 0}, {0, 0, 0}},
         {"truncated: one index byte is the low byte", {2, 0, 0, 0, 1}, {'y', 'y'}},
     };
-    for (const auto& row : rows)
+    for (const auto& [what, record, tag] : rows)
         for (bool table : {true, false}) {
-            BMemFile f(row.record.data(), static_cast<unsigned int>(row.record.size()));
+            BMemFile f(record.data(), static_cast<unsigned int>(record.size()));
             if (table)
                 f.m_metaData.SetData("GlobalMetaTableFast", static_cast<void*>(texts));
-            BMetaData tag;
-            tag.Read(f, 2);
-            EXPECT_EQ(DataOf(tag), table ? row.tag : Bytes(row.tag.size(), 0)) << row.what << table;
+            BMetaData read;
+            read.Read(f, 2);
+            EXPECT_EQ(DataOf(read), table ? tag : Bytes(tag.size(), 0)) << what << table;
         }
 }
-
-} // namespace

@@ -15,13 +15,10 @@ namespace {
 
 constexpr const char* kKey = "BkgColorsSelectedColor";
 
-UserDefaults& Standard() {
-    return UserDefaults::standardUserDefaults();
-}
-
-Color Opaque(int r, int g, int b) {
+const auto Standard = []() -> UserDefaults& { return UserDefaults::standardUserDefaults(); };
+const auto Opaque = [](int r, int g, int b) {
     return Color::colorWithCalibratedRed(r / 255.0f, g / 255.0f, b / 255.0f, 1.0f);
-}
+};
 
 class BackgroundColorPrefTest : public ::testing::Test {
 protected:
@@ -39,13 +36,12 @@ protected:
 };
 
 TEST(BackgroundColorArithmetic, EveryByteSurvivesUnpackAndRepack) {
-    for (int v = 0; v < 256; ++v) {
+    for (int v = 0; v < 256; ++v)
         for (int index = 0; index < 3; ++index) {
             float component = BackgroundColorPref::UnpackComponent(v << (8 * index), index);
             EXPECT_EQ(component, static_cast<float>(v) / 255.0f);
             EXPECT_EQ(BackgroundColorPref::ComponentByte(component), v) << v << " at " << index;
         }
-    }
 }
 
 TEST(BackgroundColorArithmetic, ComponentsTruncateAndPackingMasksEachByte) {

@@ -6,8 +6,6 @@
 
 using platform::AutoreleasePool;
 
-namespace {
-
 TEST(AutoreleasePool, NestedPoolsReleaseTheirOwnObjectsOnClose) {
     std::weak_ptr<int> innerObject;
     {
@@ -23,5 +21,3 @@ TEST(AutoreleasePool, NestedPoolsReleaseTheirOwnObjectsOnClose) {
     }
     EXPECT_EQ(AutoreleasePool::current(), nullptr);
 }
-
-} // namespace

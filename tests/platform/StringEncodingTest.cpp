@@ -3,18 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 
 using platform::ASCIIStringEncoding;
 using platform::UTF8StringEncoding;
 
-namespace {
-
 TEST(StringEncoding, ConversionsRefuseWhatTheEncodingCannotHold) {
-    const struct {
-        std::string bytes;
-        bool utf8;
-        const char* reason;
-    } rows[] = {
+    const std::tuple<std::string, bool, const char*> rows[] = {
         {"plain \x01\x1f\x7f", true, "ASCII including control characters"},
         {"\xC3\xA9\xE2\x82\xAC\xF4\x8F\xBF\xBF", true, "two-, three- and four-byte forms"},
         {"\x80", false, "lone continuation byte"},
@@ -25,14 +20,12 @@ TEST(StringEncoding, ConversionsRefuseWhatTheEncodingCannotHold) {
         {"\xE2\x28\xA1", false, "second byte not a continuation"},
         {"ab\xFF", false, "never a UTF-8 byte"},
     };
-    for (const auto& row : rows) {
-        const bool ascii = row.bytes[0] == 'p'; // only the first row is pure ASCII
-        auto utf8 = platform::stringWithCString(row.bytes.c_str(), UTF8StringEncoding);
-        EXPECT_EQ(utf8, row.utf8 ? std::optional(row.bytes) : std::nullopt) << row.reason;
-        EXPECT_EQ(platform::cStringUsingEncoding(row.bytes, ASCIIStringEncoding).has_value(), ascii)
-            << row.reason;
+    for (const auto& [bytes, utf8, reason] : rows) {
+        SCOPED_TRACE(reason);
+        const bool ascii = bytes[0] == 'p'; // only the first row is pure ASCII
+        EXPECT_EQ(platform::stringWithCString(bytes.c_str(), UTF8StringEncoding),
+                  utf8 ? std::optional(bytes) : std::nullopt);
+        EXPECT_EQ(platform::cStringUsingEncoding(bytes, ASCIIStringEncoding).has_value(), ascii);
     }
     EXPECT_EQ(platform::stringWithCString("ab\0cd", ASCIIStringEncoding), "ab");
 }
-
-} // namespace

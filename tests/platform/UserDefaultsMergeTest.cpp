@@ -31,12 +31,8 @@ struct ModelStore {
         return std::nullopt;
     }
     void synchronize(std::map<std::string, Object>& file) {
-        for (const auto& [key, value] : pending) {
-            if (value)
-                file[key] = *value;
-            else
-                file.erase(key);
-        }
+        for (const auto& [key, value] : pending)
+            value ? void(file[key] = *value) : void(file.erase(key));
         pending.clear();
         view = file;
     }
@@ -56,12 +52,11 @@ TEST(UserDefaultsMerge, RandomChangesOfThreeStoresFollowTheMergeRule) {
         store = std::make_unique<UserDefaults>(file);
 
     auto randomValue = [&]() -> Object {
-        unsigned kind = random() % 3, size = random() % 3;
-        char c = static_cast<char>('x' + random() % 3);
-        if (kind == 0)
-            return std::string(1 + size, c);
-        return kind == 1 ? Object(static_cast<std::int32_t>(size) - 1)
-                         : Object(UserDefaults::Bytes(size, static_cast<unsigned char>(c)));
+        const unsigned kind = random() % 3, size = random() % 3;
+        const char c = static_cast<char>('x' + random() % 3);
+        return kind == 0   ? Object(std::string(1 + size, c))
+               : kind == 1 ? Object(static_cast<std::int32_t>(size) - 1)
+                           : Object(UserDefaults::Bytes(size, static_cast<unsigned char>(c)));
     };
 
     for (int step = 0; step < 400; ++step) {
@@ -69,9 +64,8 @@ TEST(UserDefaultsMerge, RandomChangesOfThreeStoresFollowTheMergeRule) {
         const std::string& key = keys[random() % 5];
         const unsigned action = random() % 6;
         if (action < 3) { // set twice as often as remove
-            std::optional<Object> value;
-            if (action < 2)
-                value = randomValue();
+            const std::optional<Object> value =
+                action < 2 ? std::optional(randomValue()) : std::nullopt;
             stores[which]->setObject(value, key);
             models[which].pending[key] = value;
         } else if (action < 5) {

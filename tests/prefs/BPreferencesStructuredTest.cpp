@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -52,19 +53,18 @@ TEST_F(BPreferencesStructured, EntriesThatHoldNoListRecord) {
     prefs.Set(Str("Sec"), Str("Int"), 7);
     prefs.Set(Str("Sec"), Str("Text"), Str("text"));
     prefs.Set(Str("Sec"), Str("Junk"), junk, sizeof junk);
-    const struct Row {
-        const char* name;
-        int status; // 1 also means the target keeps its one item; junk reads as no item
-    } rows[] = {{"Absent", 1}, {"Int", 1}, {"Text", 1}, {"Junk", 0}};
-    for (const Row& r : rows) {
+    // Status 1 also means the target keeps its one item; junk reads as no item.
+    for (const auto& [name, status] :
+         {std::pair{"Absent", 1}, {"Int", 1}, {"Text", 1}, {"Junk", 0}}) {
+        SCOPED_TRACE(name);
         BMetaDataTaggedList target;
-        target.SetData("kept", 1);
-        EXPECT_EQ(prefs.Get(Str("Sec"), Str(r.name), target), r.status) << r.name;
-        EXPECT_EQ(target.GetCount(), static_cast<unsigned int>(r.status)) << r.name;
         BMetaDataClass object;
+        target.SetData("kept", 1);
         object.m_metaData.SetData("kept", 1);
-        EXPECT_EQ(prefs.Get(Str("Sec"), Str(r.name), object), r.status) << r.name;
-        EXPECT_EQ(object.m_metaData.GetCount(), static_cast<unsigned int>(r.status)) << r.name;
+        EXPECT_EQ(prefs.Get(Str("Sec"), Str(name), target), status);
+        EXPECT_EQ(prefs.Get(Str("Sec"), Str(name), object), status);
+        EXPECT_EQ(target.GetCount(), unsigned(status));
+        EXPECT_EQ(object.m_metaData.GetCount(), unsigned(status));
     }
 }
 

@@ -15,14 +15,9 @@ using Bytes = UserDefaults::Bytes;
 
 namespace {
 
-UserDefaults& Standard() {
-    return UserDefaults::standardUserDefaults();
-}
-
+const auto Standard = []() -> UserDefaults& { return UserDefaults::standardUserDefaults(); };
 // What another process reading the file sees: every Set is synchronised before it returns.
-UserDefaults OnDisk() {
-    return UserDefaults(StandardStore::path());
-}
+const auto OnDisk = [] { return UserDefaults(StandardStore::path()); };
 
 class BPreferencesTest : public ::testing::Test {
 protected:

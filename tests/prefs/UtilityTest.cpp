@@ -5,22 +5,19 @@
 
 #include <optional>
 #include <string>
+#include <tuple>
 
 TEST(Utility, BridgesOnlyAsciiText) {
     const Utility bridge;
-    const struct {
-        std::string platform;
-        const char* str;
-        std::optional<std::string> back;
-    } rows[] = {
+    // Platform text, the Str made from it, and the platform text made back from that Str.
+    const std::tuple<std::string, const char*, std::optional<std::string>> rows[] = {
         {"BkgColors", "BkgColors", "BkgColors"},
         {"", "", ""},
         {"caf\xC3\xA9", "", std::nullopt},
-        {"tab\there", "tab\there", "tab\there"},
-    };
-    for (const auto& r : rows) {
-        SCOPED_TRACE(r.platform);
-        EXPECT_STREQ(bridge.strFromNSString(r.platform), r.str);
-        EXPECT_EQ(bridge.nsStringFromStr(Str(r.platform.c_str())), r.back);
+        {"tab\there", "tab\there", "tab\there"}};
+    for (const auto& [platform, str, back] : rows) {
+        SCOPED_TRACE(platform);
+        EXPECT_STREQ(bridge.strFromNSString(platform), str);
+        EXPECT_EQ(bridge.nsStringFromStr(Str(platform.c_str())), back);
     }
 }

@@ -11,11 +11,9 @@
 
 class TempFolder {
 public:
-    TempFolder() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "bkgcolors-test-XXXXXX");
-        if (!mkdtemp(pattern.data()))
+    TempFolder() : path_(std::filesystem::temp_directory_path() / "bkgcolors-test-XXXXXX") {
+        if (!mkdtemp(path_.data()))
             throw std::runtime_error("cannot make a temporary folder");
-        path_ = pattern;
     }
     ~TempFolder() {
         std::error_code ignored;

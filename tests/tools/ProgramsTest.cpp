@@ -22,21 +22,15 @@ struct Outcome {
     std::string out, err;
 };
 
-std::string Quote(const std::string& arg) {
-    std::string quoted = "'";
-    for (char c : arg)
-        quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return quoted + "'";
-}
+// For the shell; no argument or path here holds a single quote.
+const auto Quote = [](const std::string& arg) { return "'" + arg + "'"; };
 
-const auto Environment = [](const char* name) {
-    return std::string(getenv(name) ? getenv(name) : "");
-};
+const auto Environment = [](const char* n) { return std::string(getenv(n) ? getenv(n) : ""); };
 
 class ProgramsTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        if (Environment("BKGCOLORS_BIN").empty() || Environment("BKGCOLORS_PLUGIN").empty())
+        if (Environment("BKGCOLORS_BIN").empty() || plugin.empty())
             GTEST_SKIP() << "BKGCOLORS_BIN and BKGCOLORS_PLUGIN are set by ctest";
     }
 
@@ -50,8 +44,7 @@ protected:
                 ReadBytes(folder / "err")};
     }
     Outcome Host(std::vector<std::string> args) {
-        args.insert(args.begin(),
-                    {"--plugin", Environment("BKGCOLORS_PLUGIN"), "--defaults", store});
+        args.insert(args.begin(), {"--plugin", plugin, "--defaults", store});
         return Program("bkgcolors-pane", args);
     }
     Outcome Defaults(std::vector<std::string> args) {
@@ -60,12 +53,10 @@ protected:
     }
 
     TempFolder folder;
-    std::string store = folder / "defaults.plist";
+    std::string store = folder / "defaults.plist", plugin = Environment("BKGCOLORS_PLUGIN");
 };
 
-const auto Lines = [](const std::string& text) {
-    return std::count(text.begin(), text.end(), '\n');
-};
+const auto Lines = [](const std::string& t) { return std::count(t.begin(), t.end(), '\n'); };
 
 TEST_F(ProgramsTest, HostShowsTheDefaultThenStoresTheChosenColourAsOnePackedInteger) {
     Outcome run = Host({});
@@ -101,9 +92,8 @@ TEST_F(ProgramsTest, BadInvocationsFailCleanlyAndLeaveTheStoreAlone) {
     ASSERT_EQ(Defaults({"write", "BkgColorsSelectedColor", "-int", "42"}).status, 0);
     const std::string before = ReadBytes(store);
     WriteBytes(folder / "blocker", "a file where a folder should be");
-    const std::string blocked = folder / "blocker/defaults.plist",
-                      plugin = Environment("BKGCOLORS_PLUGIN");
-    const std::string pane = "bkgcolors-pane", tool = "bkgcolors-defaults";
+    const std::string blocked = folder / "blocker/defaults.plist", pane = "bkgcolors-pane",
+                      tool = "bkgcolors-defaults";
     // The program, its arguments, and whether it gets --defaults with the test's store (and the
     // host its plug-in) first.
     const std::tuple<std::string, std::vector<std::string>, bool> rows[] = {
@@ -129,15 +119,13 @@ TEST_F(ProgramsTest, BadInvocationsFailCleanlyAndLeaveTheStoreAlone) {
         {tool, {"--defaults", blocked, "write", "k", "-int", "1"}, false},
     };
     for (const auto& [program, args, withStore] : rows) {
-        std::string shown = program;
-        for (const std::string& arg : args)
-            shown += " " + arg;
+        SCOPED_TRACE(program + " " + ::testing::PrintToString(args));
         Outcome run = !withStore        ? Program(program, args)
                       : program == pane ? Host(args)
                                         : Defaults(args);
-        EXPECT_EQ(run.status, 2) << shown;
-        EXPECT_EQ(Lines(run.err), 1) << shown << "\n" << run.err;
-        EXPECT_EQ(ReadBytes(store), before) << shown;
+        EXPECT_EQ(run.status, 2);
+        EXPECT_EQ(Lines(run.err), 1) << run.err;
+        EXPECT_EQ(ReadBytes(store), before);
     }
     EXPECT_EQ(ReadBytes(folder / "blocker"), "a file where a folder should be");
 }

@@ -98,51 +98,41 @@ TEST(StoreFault, ConcurrentWritersLoseNoKey) {
         EXPECT_EQ(std::to_string(reread.integerForKey(key)), key);
 }
 
-bool Writable(const std::string& path) {
-    WriteBytes(path, std::string(2048, 'x'));
-    const bool written = ReadBytes(path).size() == 2048;
-    std::remove(path.c_str());
-    return written;
-}
-
 // A folder without write permission stops every user but root; a file size limit stops root too
 // (the temporary file cannot grow past it, while stderr's capture can).
-void Refuse(int method, const std::string& folder, bool refuse) {
-    static rlimit saved;
-    if (method == 0) {
-        chmod(folder.c_str(), refuse ? 0500 : 0700);
-    } else if (refuse) {
-        getrlimit(RLIMIT_FSIZE, &saved);
-        rlimit small{1024, saved.rlim_max};
-        signal(SIGXFSZ, SIG_IGN);
-        setrlimit(RLIMIT_FSIZE, &small);
-    } else {
-        setrlimit(RLIMIT_FSIZE, &saved);
-        signal(SIGXFSZ, SIG_DFL);
-    }
-}
-
 TEST(StoreFault, RefusedWriteKeepsTheFileAndThePendingChangesThenRetries) {
-    for (int method : {0, 1}) {
-        const char* refusal = method == 0 ? "folder without write permission" : "file size limit";
+    for (bool byPermission : {true, false}) {
+        const char* refusal = byPermission ? "folder without write permission" : "file size limit";
         SCOPED_TRACE(refusal);
         TempFolder folder;
+        rlimit saved{};
+        getrlimit(RLIMIT_FSIZE, &saved);
+        const auto refuse = [&](bool on) {
+            if (byPermission)
+                return void(chmod(folder.path().c_str(), on ? 0500 : 0700));
+            signal(SIGXFSZ, on ? SIG_IGN : SIG_DFL);
+            const rlimit limit = on ? rlimit{1024, saved.rlim_max} : saved;
+            setrlimit(RLIMIT_FSIZE, &limit);
+        };
         const std::string file = folder / "store.plist";
         UserDefaults(file).setObject(1, "old");
         const std::string before = ReadBytes(file);
         UserDefaults store(file);
         store.setObject(std::string(4096, 'x'), "big");
 
-        Refuse(method, folder.path(), true);
-        if (Writable(folder / "probe")) {
-            Refuse(method, folder.path(), false);
+        refuse(true);
+        WriteBytes(folder / "probe", std::string(2048, 'x'));
+        const bool written = ReadBytes(folder / "probe").size() == 2048;
+        std::remove((folder / "probe").c_str());
+        if (written) {
+            refuse(false);
             std::cerr << "skipping \"" << refusal << "\": it does not stop this user\n";
             continue;
         }
         ::testing::internal::CaptureStderr();
         const bool first = store.synchronize(), second = store.synchronize();
         std::string err = ::testing::internal::GetCapturedStderr();
-        Refuse(method, folder.path(), false);
+        refuse(false);
 
         EXPECT_FALSE(first || second);
         EXPECT_EQ(std::count(err.begin(), err.end(), '\n'), 1) << err;
