@@ -22,13 +22,18 @@ void Append(BMetaDataTaggedList& list, const char* tag, const Bytes& data) {
 template <class T> bool Takes(const Bytes& data) {
     BMetaDataTaggedList list;
     Append(list, "key", data);
-    T value;
+    T value, viaStr;
     unsigned char* bytes = reinterpret_cast<unsigned char*>(&value);
     std::memset(bytes, 0xA5, sizeof value);
-    if constexpr (std::is_same_v<T, void*>)
-        EXPECT_EQ(list.GetData(Str("Key"), &value), &list.GetTail());
-    else
+    std::memset(reinterpret_cast<unsigned char*>(&viaStr), 0xA5, sizeof value);
+    if constexpr (std::is_same_v<T, void*>) {
+        EXPECT_EQ(list.GetData("KEY", &value), &list.GetTail());
+        EXPECT_EQ(list.GetData(Str("Key"), &viaStr), &list.GetTail());
+    } else {
         EXPECT_EQ(list.GetData("KEY", value), &list.GetTail());
+        EXPECT_EQ(list.GetData(Str("Key"), viaStr), &list.GetTail());
+    }
+    EXPECT_EQ(std::memcmp(&value, &viaStr, sizeof value), 0) << "both tag forms read alike";
     if (RunOf(bytes, sizeof value) == Bytes(sizeof value, 0xA5))
         return false;
     const Bytes padded = Concat({data, Bytes(sizeof value, 0)});
@@ -51,6 +56,37 @@ TEST(BMetaDataTaggedList, TypedGettersNeedTheValuesFullWidth) {
     };
     for (const auto& [what, takes, data, taken] : rows)
         EXPECT_EQ(takes(data), taken) << what;
+}
+
+TEST(BMetaDataTaggedList, SettersStoreTheirLittleEndianImagesOneItemPerTag) {
+    static int anchor;
+    static BMetaDataTagged item;
+    SetDataBytes(item, {9, 8});
+    void* address = &anchor;
+    const Bytes pointer = RunOf(reinterpret_cast<const unsigned char*>(&address), sizeof address);
+    using Set = void (*)(BMetaDataTaggedList&, const char*);
+    const std::tuple<const char*, Set, Bytes> rows[] = {
+        {"int", [](auto& l, auto t) { l.SetData(t, -2); }, {0xFE, 0xFF, 0xFF, 0xFF}},
+        {"unsigned", [](auto& l, auto t) { l.SetData(t, 7u); }, {7, 0, 0, 0}},
+        {"short", [](auto& l, auto t) { l.SetData(t, short{-3}); }, {0xFD, 0xFF}},
+        {"float", [](auto& l, auto t) { l.SetData(t, 1.0f); }, {0, 0, 0x80, 0x3F}},
+        {"Str", [](auto& l, auto t) { l.SetData(t, Str("ab")); }, {'a', 'b', 0}},
+        {"text", [](auto& l, auto t) { l.SetData(t, "xyz"); }, {'x', 'y', 'z', 0}},
+        {"empty text", [](auto& l, auto t) { l.SetData(t, ""); }, {}},
+        {"bytes", [](auto& l, auto t) { l.SetData(t, item.GetDataPtr(), 1u); }, {9}},
+        {"null bytes", [](auto& l, auto t) { l.SetData(t, nullptr, 5u); }, {}},
+        {"item", [](auto& l, auto t) { l.SetData(t, item); }, {9, 8}},
+        {"pointer", [](auto& l, auto t) { l.SetData(t, static_cast<void*>(&anchor)); }, pointer},
+        {"position", [](auto& l, auto t) { l.SetData(t, reinterpret_cast<__POSITION*>(&anchor)); },
+         pointer},
+    };
+    BMetaDataTaggedList list;
+    for (const auto& [tag, set, image] : rows) {
+        set(list, tag);
+        set(list, tag);
+        EXPECT_EQ(DataOf(list.GetAt(list.FindData(tag))), image) << tag;
+    }
+    EXPECT_EQ(list.GetCount(), std::size(rows)) << "one item per tag";
 }
 
 // Tags play no part; data is compared pair by pair, up to the shorter of the two.
