@@ -80,6 +80,8 @@ TEST_F(ProgramsTest, HostShowsTheDefaultThenStoresTheChosenColourAsOnePackedInte
         EXPECT_NE(show.out.find(" 1\nnewColorWell " + shown), std::string::npos)
             << "shown opaque in both wells: " << show.out;
     }
+    EXPECT_EQ(Program("bkgcolors-pane", {"--defaults", store}).out, Host({}).out)
+        << "without --plugin the host opens the module installed beside it";
     EXPECT_EQ(Defaults({"delete", "BkgColorsSelectedColor"}).status, 0);
     Outcome absent = Defaults({"read", "BkgColorsSelectedColor"});
     EXPECT_EQ(absent.status, 1);
@@ -93,7 +95,8 @@ TEST_F(ProgramsTest, BadInvocationsFailCleanlyAndLeaveTheStoreAlone) {
     const std::string before = ReadBytes(store);
     WriteBytes(folder / "blocker", "a file where a folder should be");
     const std::string blocked = folder / "blocker/defaults.plist", pane = "bkgcolors-pane",
-                      tool = "bkgcolors-defaults";
+                      tool = "bkgcolors-defaults",
+                      library = Environment("BKGCOLORS_BIN") + "/../lib/libbkgcolors_base.so";
     // The program, its arguments, and whether it gets --defaults with the test's store (and the
     // host its plug-in) first.
     const std::tuple<std::string, std::vector<std::string>, bool> rows[] = {
@@ -105,6 +108,7 @@ TEST_F(ProgramsTest, BadInvocationsFailCleanlyAndLeaveTheStoreAlone) {
         {pane, {"--white", "2"}, true},
         {pane, {"--plugin", "/nonexistent/pane.so", "--defaults", store, "#112233"}, false},
         {pane, {"--plugin", store, "--defaults", store, "#112233"}, false},
+        {pane, {"--plugin", library, "--defaults", store, "#112233"}, false}, // no pane factory
         {pane, {"--plugin", plugin, "--defaults", blocked, "#112233"}, false},
         {pane, {"--plugin", plugin, "--defaults"}, false},
         {tool, {}, true},
