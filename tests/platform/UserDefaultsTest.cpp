@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <random>
 #include <string>
 #include <tuple>
@@ -189,6 +190,21 @@ TEST_F(UserDefaultsTest, DamagedFileIsNeverOverwrittenAndReplacesAnOlderOne) {
     UserDefaults reread(file);
     EXPECT_EQ(reread.integerForKey("j"), 2);
     EXPECT_FALSE(reread.objectForKey("k")) << "the damaged file's contents are not guessed";
+}
+
+TEST_F(UserDefaultsTest, RefusesTextsItCouldNotReadBackAndFilesThatAreNoFiles) {
+    std::filesystem::create_directory(file);
+    ::testing::internal::CaptureStderr();
+    UserDefaults store(file);
+    EXPECT_FALSE(store.setObject(std::int32_t{1}, "\xFF")) << "a key that is not UTF-8";
+    EXPECT_FALSE(store.setObject(std::string("a\0b", 3), "k")) << "a text holding NUL";
+    EXPECT_TRUE(store.setObject(std::int32_t{1}, "k"));
+    EXPECT_FALSE(store.synchronize());
+    store.removeObjectForKey("k");
+    const std::string err = ::testing::internal::GetCapturedStderr();
+    EXPECT_EQ(std::count(err.begin(), err.end(), '\n'), 1) << err;
+    EXPECT_NE(err.find("not a regular file"), std::string::npos) << err;
+    EXPECT_TRUE(std::filesystem::is_directory(file));
 }
 
 } // namespace
