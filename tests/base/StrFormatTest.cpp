@@ -25,10 +25,10 @@ template <typename... A> std::string Fmt(const char* fmt, A... args) {
     return Text(s);
 }
 
-// Widths and precisions stay below 301, so no output here reaches 1024 characters.
 template <typename... A> std::string Printf(const char* fmt, A... args) {
-    char out[1024];
-    return std::string(out, static_cast<std::size_t>(std::snprintf(out, sizeof out, fmt, args...)));
+    std::string out(static_cast<std::size_t>(std::snprintf(nullptr, 0, fmt, args...)), '\0');
+    std::snprintf(out.data(), out.size() + 1, fmt, args...);
+    return out;
 }
 
 } // namespace
