@@ -3,6 +3,7 @@
 
 #include "platform/StringEncoding.h"
 #include "platform/UserDefaults.h"
+#include "tools/HexDigit.h"
 
 #include <cerrno>
 #include <climits>
@@ -25,16 +26,6 @@ using platform::UserDefaults;
 [[noreturn]] void Fail(const std::string& message) {
     std::fprintf(stderr, "bkgcolors-defaults: %s\n", message.c_str());
     std::exit(2);
-}
-
-int HexDigit(char c) {
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return -1;
 }
 
 std::optional<std::int32_t> ParseInt(const std::string& text) {

@@ -6,6 +6,7 @@
 #include "platform/PaneBundle.h"
 #include "platform/UserDefaults.h"
 #include "platform/View.h"
+#include "tools/HexDigit.h"
 
 #include <cmath>
 #include <cstdio>
@@ -27,16 +28,6 @@ struct Options {
     std::optional<std::string> defaults;
     std::optional<platform::Color> colour;
 };
-
-int HexDigit(char c) {
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return -1;
-}
 
 // A component from 0 to 1 written as a plain decimal number.
 std::optional<float> ParseComponent(const std::string& text) {
