@@ -3,12 +3,7 @@
 #include "ByteRecords.h"
 #include "ListModel.h"
 
-#include <gtest/gtest.h>
-
-#include <random>
-#include <string>
-#include <tuple>
-#include <vector>
+#include "support/Testing.h"
 
 namespace {
 

@@ -2,10 +2,7 @@
 
 #include "ByteRecords.h"
 
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <tuple>
+#include "support/Testing.h"
 
 using namespace byterecords;
 

@@ -1,12 +1,6 @@
 #include "base/LinkedList.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <random>
-#include <string>
-#include <utility>
-#include <vector>
+#include "support/Testing.h"
 
 namespace {
 

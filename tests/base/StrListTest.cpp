@@ -4,13 +4,7 @@
 
 #include "ListModel.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <random>
-#include <string>
-#include <tuple>
-#include <vector>
+#include "support/Testing.h"
 
 namespace {
 

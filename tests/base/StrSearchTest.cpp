@@ -2,15 +2,9 @@
 // seeded differential run of the searches against std::string, and tables for the sharp edges.
 #include "base/StrTestProbe.h"
 
-#include <gtest/gtest.h>
+#include "support/Testing.h"
 
 #include <cctype>
-#include <cmath>
-#include <cstdlib>
-#include <random>
-#include <string>
-#include <tuple>
-#include <vector>
 
 using namespace StrImplementation;
 using strtest::Header;

@@ -2,11 +2,9 @@
 
 #include "platform/UserDefaults.h"
 
-#include <gtest/gtest.h>
+#include "support/Testing.h"
 
-#include <cmath>
 #include <stdexcept>
-#include <utility>
 
 using platform::Color;
 using platform::UserDefaults;

@@ -5,11 +5,7 @@
 #include "base/BMetaDataTaggedList.h"
 #include "platform/UserDefaults.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-#include <utility>
-#include <vector>
+#include "support/Testing.h"
 
 namespace {
 

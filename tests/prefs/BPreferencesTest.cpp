@@ -3,12 +3,7 @@
 
 #include "support/StandardStore.h"
 
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <optional>
-#include <string>
-#include <tuple>
+#include "support/Testing.h"
 
 using platform::UserDefaults;
 using Bytes = UserDefaults::Bytes;
