@@ -1,6 +1,7 @@
 #include "pane/BackgroundColorPref.h"
 
 #include "platform/UserDefaults.h"
+#include "support/StandardStore.h"
 
 #include "support/Testing.h"
 
