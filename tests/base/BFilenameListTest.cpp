@@ -1,13 +1,9 @@
 #include "base/BFilenameList.h"
 
 #include "ByteRecords.h"
+#include "ListModel.h"
 
-#include <gtest/gtest.h>
-
-#include <random>
-#include <string>
-#include <tuple>
-#include <vector>
+#include "support/Testing.h"
 
 namespace {
 
@@ -15,12 +11,7 @@ using namespace byterecords;
 using Node = BListNode<BFilename>;
 using Texts = std::vector<std::string>;
 
-std::vector<Node*> Nodes(BFilenameList& list) {
-    std::vector<Node*> out;
-    for (auto* node = reinterpret_cast<Node*>(list.GetHeadPosition()); node; node = node->next)
-        out.push_back(node);
-    return out;
-}
+using listmodel::Nodes;
 
 // Each element as its path, or as its id, storage string and the number it carries under "i".
 Texts Paths(BFilenameList& list, bool full = false) {
@@ -42,29 +33,6 @@ BFilename& AddStorage(BFilenameList& list, const std::string& text) {
     return list.GetTail();
 }
 
-// The sort as a plain selection over keys taken afresh from copies at every comparison: the best
-// candidate (first of equal keys) is copied in front of the current node and its node removed.
-void SelectionSort(BFilenameList& list) {
-    Node* current = reinterpret_cast<Node*>(list.GetHeadPosition());
-    while (current) {
-        Node* best = current;
-        Str bestKey = BFilename(current->value).GetStorageString();
-        for (Node* node = current->next; node; node = node->next) {
-            Str key = BFilename(node->value).GetStorageString();
-            if (StrImplementation::STR_stricmp_ex(bestKey, key) > 0) {
-                best = node;
-                bestKey = key;
-            }
-        }
-        if (best == current) {
-            current = current->next;
-        } else {
-            list.InsertBefore(reinterpret_cast<__POSITION*>(current), best->value);
-            list.RemoveAt(reinterpret_cast<__POSITION*>(best));
-        }
-    }
-}
-
 // The fast sort gives the selection's order, ids and copies; an element that keeps its id keeps
 // its very node.
 TEST(BFilenameListTest, SortEqualsSelectionOnRandomLists) {
@@ -84,7 +52,10 @@ TEST(BFilenameListTest, SortEqualsSelectionOnRandomLists) {
         }
         const std::vector<Node*> before = Nodes(fast);
         fast.Sort();
-        SelectionSort(model);
+        // The selection takes its keys afresh from copies at every comparison.
+        listmodel::SelectionSort(
+            model, [](const BFilename& f) { return BFilename(f).GetStorageString(); },
+            [](BFilename& f) -> BFilename& { return f; });
         ASSERT_EQ(Paths(fast, true), Paths(model, true)) << "round " << round;
         for (Node* node : Nodes(fast))
             EXPECT_TRUE(node->id > before.size() || node == before[node->id - 1]) << round;

@@ -5,11 +5,7 @@
 #include "base/BFilenameTestPeer.h"
 #include "base/StrList.h"
 
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <map>
-#include <string>
+#include "support/Testing.h"
 
 namespace {
 

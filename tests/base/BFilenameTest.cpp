@@ -4,11 +4,7 @@
 #include "base/BFilenameTestPeer.h"
 #include "base/ByteRecords.h"
 
-#include <gtest/gtest.h>
-
-#include <random>
-#include <string>
-#include <tuple>
+#include "support/Testing.h"
 
 using namespace byterecords;
 

@@ -1,12 +1,6 @@
 #include "base/BList.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <random>
-#include <string>
-#include <tuple>
-#include <vector>
+#include "support/Testing.h"
 
 using Entry = std::tuple<__POSITION*, std::uint32_t, std::string>;
 

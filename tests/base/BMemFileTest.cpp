@@ -2,12 +2,74 @@
 
 #include "ByteRecords.h"
 
-#include <gtest/gtest.h>
-
-#include <climits>
-#include <tuple>
+#include "support/Testing.h"
 
 using namespace byterecords;
+
+namespace {
+constexpr unsigned kSeed = 20240614;
+// The memory file as first built: every growth allocates exactly the new capacity.
+struct MemFileModel {
+    std::vector<unsigned char> bytes; // size is the capacity
+    unsigned int length = 0, position = 0, growBy = 0;
+
+    void Write(const unsigned char* p, unsigned int n) {
+        const unsigned int capacity = static_cast<unsigned int>(bytes.size());
+        if (capacity - position < n)
+            bytes.resize(capacity + std::max(n - (capacity - position), growBy), 0);
+        std::copy(p, p + n, bytes.begin() + position);
+        position += n;
+        length = std::max(length, position);
+    }
+};
+
+// Writes, growth, Reuse and Attach/Detach against the model, seeded; failures print seed and step.
+TEST(BMemFile, WritesMatchExactGrowth) {
+    std::mt19937 rng(kSeed);
+    for (int run = 0; run < 60; ++run) {
+        SCOPED_TRACE("seed " + std::to_string(kSeed) + ", run " + std::to_string(run));
+        BMemFile file;
+        MemFileModel model;
+        model.growBy = run % 3 == 0 ? 0 : run % 3 == 1 ? 1 + rng() % 64 : BMemFile::kDefaultGrowBy;
+        file.SetGrowBy(model.growBy);
+        for (int step = 0; step < 300; ++step) {
+            unsigned char bytes[40];
+            std::generate(bytes, bytes + 40, [&] { return static_cast<unsigned char>(rng()); });
+            const unsigned int n = rng() % 40, action = rng() % 6;
+            if (action == 0) {
+                file.Write(bytes, n), model.Write(bytes, n);
+            } else if (action <= 2) {
+                // Scalars write the 4- or 2-byte little-endian image of the value.
+                const unsigned int v =
+                    bytes[0] | bytes[1] << 8 | bytes[2] << 16 | unsigned{bytes[3]} << 24;
+                step % 2 ? file.Write(static_cast<int>(v)) : file.Write(static_cast<short>(v));
+                model.Write(bytes, step % 2 ? 4 : 2);
+            } else if (action == 3) {
+                file.SetPosition(model.position = rng() % (model.length + 1));
+            } else if (action == 4 && n < 5) {
+                file.Reuse();
+                std::fill(model.bytes.begin(), model.bytes.end(), 0);
+                model.length = model.position = 0;
+            } else if (action == 5 && n == 0) {
+                unsigned char* taken = file.Detach();
+                ASSERT_EQ(taken == nullptr, model.bytes.empty());
+                // Detach resets the grow-by; Attach takes the buffer as it is, keeping it.
+                model.growBy = BMemFile::kDefaultGrowBy;
+                if (taken != nullptr)
+                    file.Attach(taken, static_cast<int>(model.length));
+                ASSERT_EQ(file.m_buffer, taken);
+                model.bytes.resize(model.length);
+                model.position = 0;
+            }
+            ASSERT_EQ(file.m_capacity, model.bytes.size()) << "step " << step;
+            ASSERT_EQ(file.m_length, model.length) << "step " << step;
+            ASSERT_EQ(file.m_position, model.position) << "step " << step;
+            ASSERT_TRUE(std::equal(model.bytes.begin(), model.bytes.end(), file.m_buffer))
+                << "content and the zeros past the length, step " << step;
+        }
+    }
+}
+} // namespace
 
 TEST(BMemFile, SeekAndSetPositionClampToTheData) {
     // Origin 0 counts from the start, 1 from the position, 2 back from the end; others as 0.
@@ -24,8 +86,6 @@ TEST(BMemFile, SeekAndSetPositionClampToTheData) {
     }
 }
 
-// Integer writes, growth by the grow-by, Reuse and Attach/Detach are checked against a model in
-// FastPathModelTest.
 TEST(BMemFile, TypedReadsAreLittleEndianAndShortReadsZeroMissingHighBytes) {
     const unsigned char bytes[] = {0xFE, 0xFF, 0xFF, 0xFF, 0, 0, 0x80, 0x3F, 0, 0x80, 0x78, 0x56};
     BMemFile f(bytes, sizeof bytes), g;
@@ -76,4 +136,61 @@ TEST(BMemFileDeathTest, BrokenPreconditionsStopTheProgram) {
     EXPECT_DEATH(f.Attach(nullptr, 0), "\\(buffer\\), function Attach, file BMemFile, line [0-9]+");
     // Growth would need a capacity of 2^32: the write stops before touching the source.
     EXPECT_DEATH(f.Write(&byte, UINT_MAX), "\\(0\\), function Write, file BMemFile, line [0-9]+");
+}
+
+// The file name item of a default BFilename: empty tag, then its 18-byte record (the storage string
+// of four tabs and an empty property list).
+const Bytes kDefaultName = Concat({{0, 0, 0, 0, 18, 0, 0, 0, 4, 0, 0, 0, 9, 9, 9, 9}, kEmptyList});
+const Bytes kHead = Concat({kEmptyList, kDefaultName}), kHeadW5 = Concat({kListW5, kDefaultName});
+
+// Get on each record; Set on what the ok rows rebuilt gives their bytes back.
+TEST(BMemFileRecord, RecordByteTable) {
+    // What, the record's head and tail, and the content Get leaves.
+    const std::tuple<const char*, Bytes, Bytes, Bytes> rows[] = {
+        {"ok: empty file", kHead, {0, 0, 0, 0}, {}},
+        {"ok: property and content", kHeadW5, {3, 0, 0, 0, 'a', 'b', 'c'}, {'a', 'b', 'c'}},
+        {"truncated: only the list, so no name, length or content", kEmptyList, {}, {}},
+        {"truncated: short content is zero-filled", kHead, {3, 0, 0, 0, 'a'}, {'a', 0, 0}},
+        {"truncated: a 2-byte length has zero high bytes", kHead, {3, 0}, {0, 0, 0}},
+        {"corrupt: a huge length keeps the bytes present", kHead, {255, 255, 255, 255, 'a'}, {'a'}},
+    };
+    for (const auto& [what, head, tail, content] : rows) {
+        SCOPED_TRACE(what);
+        BMemFile f;
+        f.Write("12345", 5);
+        f.m_metaData.SetData("stale", 1);
+        const Bytes record = Concat({head, tail});
+        SetDataBytes(f, record);
+        f.Get();
+        EXPECT_EQ(Written(f), content);
+        EXPECT_EQ(f.m_position, std::min(5u, f.m_length)) << "position cut";
+        EXPECT_EQ(f.m_metaData.GetCount(), head == kHeadW5 ? 1u : 0u);
+        EXPECT_EQ(DataOf(f), record) << "the data is read in place";
+        if (what[0] == 'o') {
+            f.Set();
+            EXPECT_EQ(DataOf(f), record) << "Set";
+        }
+    }
+}
+
+// Assignment copies the content and the file name but nothing of the tagged base.
+TEST(BMemFileRecord, SetThenGetRoundTripsAndAssignmentCopiesTheName) {
+    BMemFile f, target;
+    f.Write("xyz", 3);
+    f.m_filename.SetStorageString("/dir/\t\t\tname.txt\tdisk");
+    f.m_metaData.SetData("w", 5);
+    f.Set();
+    target.m_metaData.SetData("target", 2);
+    target.Set();
+    target = f;
+    EXPECT_EQ(Written(target), (Bytes{'x', 'y', 'z'}));
+    EXPECT_STREQ(target.m_filename.GetStorageString(), "/dir/\t\t\tname.txt\tdisk");
+    EXPECT_EQ(Tags(target.m_metaData), (std::vector<std::string>{"target"}));
+    f.Write("more", 4);
+    f.m_filename.SetStorageString("other");
+    f.m_metaData.SetData("added", 1);
+    f.Get();
+    EXPECT_EQ(Written(f), (Bytes{'x', 'y', 'z'}));
+    EXPECT_STREQ(f.m_filename.GetStorageString(), "/dir/\t\t\tname.txt\tdisk");
+    EXPECT_EQ(Tags(f.m_metaData), (std::vector<std::string>{"w"}));
 }

@@ -2,7 +2,7 @@
 
 #include "ByteRecords.h"
 
-#include <gtest/gtest.h>
+#include "support/Testing.h"
 
 namespace {
 

@@ -2,11 +2,8 @@
 
 #include "ByteRecords.h"
 
-#include <gtest/gtest.h>
+#include "support/Testing.h"
 
-#include <algorithm>
-#include <cstring>
-#include <tuple>
 #include <type_traits>
 
 namespace {

@@ -2,9 +2,7 @@
 
 #include "ByteRecords.h"
 
-#include <gtest/gtest.h>
-
-#include <tuple>
+#include "support/Testing.h"
 
 using namespace byterecords;
 

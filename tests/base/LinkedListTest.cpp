@@ -1,12 +1,6 @@
 #include "base/LinkedList.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <random>
-#include <string>
-#include <utility>
-#include <vector>
+#include "support/Testing.h"
 
 namespace {
 
@@ -28,32 +22,22 @@ TEST(LinkedList, RandomOperationsKeepOrderAndOtherPositionsValid) {
     std::vector<std::pair<__POSITION*, std::string>> model;
     for (int step = 0; step < 2000; ++step) {
         const std::size_t pick = model.empty() ? 0 : random() % model.size();
-        switch (random() % 6) {
-        case 0:
-        case 1:
+        const unsigned op = random() % 6;
+        const bool empty = model.empty();
+        if (op < 2) {
             model.emplace_back(nullptr, std::to_string(step));
             model.back().first = list.AddTail(model.back().second);
-            break;
-        case 2:
-            ASSERT_EQ(list.RemoveAt(model.empty() ? nullptr : model[pick].first), !model.empty());
-            if (!model.empty())
-                model.erase(model.begin() + static_cast<std::ptrdiff_t>(pick));
-            break;
-        case 3:
-            ASSERT_EQ(list.RemoveHead(), !model.empty());
-            if (!model.empty())
-                model.erase(model.begin());
-            break;
-        case 4:
-            ASSERT_EQ(list.RemoveTail(), !model.empty());
-            if (!model.empty())
-                model.pop_back();
-            break;
-        default:
-            if (random() % 50 == 0) {
-                list.RemoveAll();
-                model.clear();
-            }
+        } else if (op < 5) { // RemoveAt a held position (null on an empty list), head, tail
+            const std::size_t at = op == 2 ? pick : op == 3 ? 0 : model.size() - 1;
+            ASSERT_EQ(op == 2   ? list.RemoveAt(empty ? nullptr : model[pick].first)
+                      : op == 3 ? list.RemoveHead()
+                                : list.RemoveTail(),
+                      !empty);
+            if (!empty)
+                model.erase(model.begin() + static_cast<std::ptrdiff_t>(at));
+        } else if (random() % 50 == 0) {
+            list.RemoveAll();
+            model.clear();
         }
         ASSERT_EQ(list.GetCount(), model.size());
         __POSITION* pos = list.GetHeadPosition();

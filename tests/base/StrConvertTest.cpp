@@ -2,11 +2,9 @@
 // mark, which is carried from block to block and never consulted.
 #include "StrTestProbe.h"
 
-#include <gtest/gtest.h>
+#include "support/Testing.h"
 
-#include <cstdlib>
 #include <cwchar>
-#include <string>
 
 using strtest::Header;
 

@@ -2,15 +2,9 @@
 // that read the string's own text, the error table and the capacity table.
 #include "base/StrTestProbe.h"
 
-#include <gtest/gtest.h>
+#include "support/Testing.h"
 
-#include <algorithm>
-#include <cstdlib>
-#include <functional>
 #include <iterator>
-#include <random>
-#include <string>
-#include <tuple>
 
 using namespace strtest;
 

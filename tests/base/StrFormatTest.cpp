@@ -2,18 +2,10 @@
 // engine's own string conversions, errors, the size estimate, and arguments from the string itself.
 #include "base/StrTestProbe.h"
 
-#include <gtest/gtest.h>
+#include "support/Testing.h"
 
 #include <cfloat>
-#include <climits>
-#include <cmath>
-#include <cstdint>
 #include <cstdio>
-#include <cstdlib>
-#include <random>
-#include <string>
-#include <tuple>
-#include <vector>
 
 using strtest::Text;
 

@@ -2,13 +2,9 @@
 // a valid copy, raw arrays, and the pool's reuse order, chain limits and shut-down mode.
 #include "base/StrTestProbe.h"
 
-#include <gtest/gtest.h>
+#include "support/Testing.h"
 
-#include <climits>
 #include <new>
-#include <string>
-#include <utility>
-#include <vector>
 
 using namespace strtest;
 

@@ -2,13 +2,9 @@
 
 #include "base/BFilename.h"
 
-#include <gtest/gtest.h>
+#include "ListModel.h"
 
-#include <cstdint>
-#include <random>
-#include <string>
-#include <tuple>
-#include <vector>
+#include "support/Testing.h"
 
 namespace {
 
@@ -17,12 +13,7 @@ using Texts = std::vector<std::string>;
 
 const auto NodeOf = [](__POSITION* pos) { return reinterpret_cast<Node*>(pos); };
 
-std::vector<Node*> Nodes(StrList& list) {
-    std::vector<Node*> out;
-    for (Node* node = NodeOf(list.GetHeadPosition()); node; node = node->next)
-        out.push_back(node);
-    return out;
-}
+using listmodel::Nodes;
 
 // Each element's text, after its id when asked.
 Texts Contents(StrList& list, bool withIds = false) {
@@ -71,31 +62,6 @@ TEST(StrListTest, FindAddUniqueAndCombine) {
     }
 }
 
-// The sort as a plain selection: the smallest remaining element (first of equals) is re-created
-// from its parsed filename in front of the current node, until the current node is the smallest.
-void SelectionSort(StrList& list) {
-    BFilename a, b;
-    Node* current = NodeOf(list.GetHeadPosition());
-    while (current) {
-        a.SetStorageString(current->value);
-        Node* smallest = current;
-        for (Node* node = current->next; node; node = node->next) {
-            b.SetStorageString(node->value);
-            if (StrImplementation::STR_stricmp_ex(a.GetFileName(), b.GetFileName()) > 0) {
-                a = b;
-                smallest = node;
-            }
-        }
-        if (smallest == current) {
-            current = current->next;
-            continue;
-        }
-        Str text = a.GetStorageString();
-        list.InsertBefore(reinterpret_cast<__POSITION*>(current), text);
-        list.RemoveAt(reinterpret_cast<__POSITION*>(smallest));
-    }
-}
-
 // Sort and SortStringList give the selection's texts and ids; an element that keeps its id keeps
 // its very node.
 TEST(StrListTest, SortEqualsSelectionOnRandomLists) {
@@ -118,7 +84,10 @@ TEST(StrListTest, SortEqualsSelectionOnRandomLists) {
         Fill(model, texts);
         const std::vector<Node*> before = Nodes(fast);
         round % 2 ? fast.Sort() : SortStringList(&fast);
-        SelectionSort(model);
+        // The selection compares file names and re-creates the element from its parsed name.
+        listmodel::SelectionSort(
+            model, [](const Str& text) { return BFilename(text).GetFileName(); },
+            [](const Str& text) { return BFilename(text).GetStorageString(); });
         ASSERT_EQ(Contents(fast, true), Contents(model, true)) << "round " << round;
         for (Node* node : Nodes(fast))
             EXPECT_TRUE(node->id > texts.size() || node == before[node->id - 1]) << round;

@@ -2,18 +2,13 @@
 // seeded differential run of the searches against std::string, and tables for the sharp edges.
 #include "base/StrTestProbe.h"
 
-#include <gtest/gtest.h>
+#include "support/Testing.h"
 
 #include <cctype>
-#include <cmath>
-#include <cstdlib>
-#include <random>
-#include <string>
-#include <tuple>
-#include <vector>
 
 using namespace StrImplementation;
 using strtest::Header;
+using strtest::Text;
 
 namespace {
 
@@ -25,6 +20,17 @@ std::string Lower(std::string s) {
 
 const auto Z = [](int n) { return static_cast<std::size_t>(n); };
 const auto Pos = [](std::size_t p) { return p == std::string::npos ? -1 : static_cast<int>(p); };
+
+// Replace-all: each search starts right after the text just put in and stops at a zero byte.
+int ModelReplace(std::string& s, const std::string& find, const std::string& repl, bool noCase) {
+    int count = 0;
+    for (std::size_t at = 0;; ++count, at += repl.size()) {
+        const std::string t = noCase ? Lower(s) : s;
+        if ((at = t.substr(0, t.find('\0', at)).find(noCase ? Lower(find) : find, at)) == t.npos)
+            return count;
+        s.replace(at, find.size(), repl);
+    }
+}
 
 } // namespace
 
@@ -67,6 +73,24 @@ TEST(StrSearch, RandomSearchesMatchStdString) {
              i = m.find_first_not_of(",;", e))
             expected.push_back(m.substr(i, (e = m.find_first_of(",;", i)) - i));
         EXPECT_EQ(tokens, expected);
+
+        // Replace-all, at times past a zero byte, then appending; a sharer keeps its text.
+        std::string model = m;
+        if (len && pick(0, 2) == 0)
+            model[Z(pick(0, len - 1))] = '\0';
+        Str r;
+        r.AppendChars(model.data(), len);
+        const Str sharer = r;
+        const std::string shared = model;
+        const std::string find = w.empty() ? "a" : w, repl = randomText(5);
+        const bool noCase = pick(0, 1);
+        EXPECT_EQ(STR_ReplaceCore(r, find.c_str(), repl.c_str(), noCase),
+                  ModelReplace(model, find, repl, noCase));
+        for (int n = pick(0, 70); n-- > 0;)
+            r.AppendChar((model += alphabet[pick(0, 6)]).back());
+        EXPECT_EQ(Text(r), model);
+        EXPECT_EQ(static_cast<const char*>(r)[r.GetLength()], 0);
+        EXPECT_EQ(Text(sharer), shared);
     }
 }
 

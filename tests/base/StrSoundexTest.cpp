@@ -1,11 +1,9 @@
 // Phonetic keys and percent-encoding.
 #include "base/StrTestProbe.h"
 
-#include <gtest/gtest.h>
+#include "support/Testing.h"
 
 #include <cstdio>
-#include <string>
-#include <utility>
 
 using strtest::Text;
 

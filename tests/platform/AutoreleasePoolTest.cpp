@@ -1,8 +1,6 @@
 #include "platform/AutoreleasePool.h"
 
-#include <gtest/gtest.h>
-
-#include <memory>
+#include "support/Testing.h"
 
 using platform::AutoreleasePool;
 

@@ -1,7 +1,7 @@
 // The pane base: fixed answers to the host, and wells kept once per outlet name.
 #include "platform/PreferencePane.h"
 
-#include <gtest/gtest.h>
+#include "support/Testing.h"
 
 // Wells are made by the pane itself, as a pane's view is loaded.
 struct LoadedPane : platform::PreferencePane {

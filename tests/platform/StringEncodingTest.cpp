@@ -1,9 +1,6 @@
 #include "platform/StringEncoding.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-#include <tuple>
+#include "support/Testing.h"
 
 using platform::ASCIIStringEncoding;
 using platform::UTF8StringEncoding;

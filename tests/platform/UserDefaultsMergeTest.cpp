@@ -5,13 +5,7 @@
 
 #include "support/TempFolder.h"
 
-#include <gtest/gtest.h>
-
-#include <map>
-#include <memory>
-#include <optional>
-#include <random>
-#include <string>
+#include "support/Testing.h"
 
 using platform::UserDefaults;
 using Object = UserDefaults::Object;

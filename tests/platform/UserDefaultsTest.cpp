@@ -2,14 +2,9 @@
 
 #include "support/TempFolder.h"
 
-#include <gtest/gtest.h>
+#include "support/Testing.h"
 
-#include <algorithm>
 #include <filesystem>
-#include <random>
-#include <string>
-#include <tuple>
-#include <vector>
 
 using platform::UserDefaults;
 using Bytes = UserDefaults::Bytes;

@@ -1,11 +1,7 @@
 // The string bridge reads both directions as 7-bit ASCII: anything else gives no string.
 #include "prefs/Utility.h"
 
-#include <gtest/gtest.h>
-
-#include <optional>
-#include <string>
-#include <tuple>
+#include "support/Testing.h"
 
 TEST(Utility, BridgesOnlyAsciiText) {
     const Utility bridge;

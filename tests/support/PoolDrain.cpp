@@ -2,7 +2,7 @@
 // pool still keeps are freed, so that a leak checker sees only real leaks.
 #include "base/Str.h"
 
-#include <gtest/gtest.h>
+#include "support/Testing.h"
 
 namespace {
 

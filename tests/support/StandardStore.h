@@ -1,5 +1,6 @@
 // StandardStore.h — test helper: points the process-wide user defaults at a file in a fresh
-// temporary folder before any test touches them, and leaves nothing pending behind.
+// temporary folder before any test touches them, and leaves nothing pending behind. Including it
+// registers the helper for the whole test program.
 #pragma once
 
 #include "platform/UserDefaults.h"
@@ -26,3 +27,5 @@ public:
 private:
     static inline std::unique_ptr<TempFolder> folder_;
 };
+
+inline const auto* const gStandardStore = ::testing::AddGlobalTestEnvironment(new StandardStore);

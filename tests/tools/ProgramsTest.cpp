@@ -4,16 +4,11 @@
 #include "platform/UserDefaults.h"
 #include "support/TempFolder.h"
 
-#include <gtest/gtest.h>
+#include "support/Testing.h"
 
-#include <algorithm>
-#include <cstdlib>
-#include <string>
 #include <sys/stat.h>
 #include <sys/wait.h>
-#include <tuple>
 #include <unistd.h>
-#include <vector>
 
 namespace {
 

@@ -5,14 +5,11 @@
 
 #include "support/TempFolder.h"
 
-#include <gtest/gtest.h>
+#include "support/Testing.h"
 
-#include <algorithm>
 #include <csignal>
 #include <filesystem>
 #include <iostream>
-#include <random>
-#include <string>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
