@@ -475,62 +475,66 @@ void Str::FormatVaArg(const char* fmt, StrArgList& ap, signed char wide) {
     FormatCore(fmt, vm, ap, wide);
 }
 
-Str& Str::Format(const char* fmt, ...) {
+namespace {
+
+// A wide format is narrowed first, as Copy_FromUni narrows any wide text.
+Str Narrowed(const wchar_t* fmt) {
+    Str narrow;
+    if (fmt)
+        narrow.Copy_FromUni(fmt);
+    return narrow;
+}
+
+// Formats from a copy of ap, so that the caller's list is left where it was; the copy is ended
+// here whatever happens.
+Str& FormatCopy(Str& s, const char* fmt, va_list ap, signed char wide) {
     StrArgList args;
-    va_start(args.ap, fmt);
+    va_copy(args.ap, ap);
     try {
-        FormatVaArg(fmt, args, 0);
+        s.FormatVaArg(fmt, args, wide);
     } catch (...) {
         va_end(args.ap);
         throw;
     }
     va_end(args.ap);
+    return s;
+}
+
+} // namespace
+
+Str& Str::Format(const char* fmt, ...) {
+    va_list ap;
+    va_start(ap, fmt);
+    try {
+        FormatCopy(*this, fmt, ap, 0);
+    } catch (...) {
+        va_end(ap);
+        throw;
+    }
+    va_end(ap);
     return *this;
 }
 
 Str& Str::Format(const wchar_t* fmt, ...) {
-    Str narrow;
-    if (fmt)
-        narrow.Copy_FromUni(fmt);
-    StrArgList args;
-    va_start(args.ap, fmt);
+    const Str narrow = Narrowed(fmt);
+    va_list ap;
+    va_start(ap, fmt);
     try {
-        FormatVaArg(narrow, args, 1);
+        FormatCopy(*this, narrow, ap, 1);
     } catch (...) {
-        va_end(args.ap);
+        va_end(ap);
         throw;
     }
-    va_end(args.ap);
+    va_end(ap);
     return *this;
 }
 
 Str& Str::FormatVA(const char* fmt, va_list ap) {
-    StrArgList args;
-    va_copy(args.ap, ap);
-    try {
-        FormatVaArg(fmt, args, 0);
-    } catch (...) {
-        va_end(args.ap);
-        throw;
-    }
-    va_end(args.ap);
-    return *this;
+    return FormatCopy(*this, fmt, ap, 0);
 }
 
 Str& Str::FormatVA(const wchar_t* fmt, va_list ap) {
-    Str narrow;
-    if (fmt)
-        narrow.Copy_FromUni(fmt);
-    StrArgList args;
-    va_copy(args.ap, ap);
-    try {
-        FormatVaArg(narrow, args, 1);
-    } catch (...) {
-        va_end(args.ap);
-        throw;
-    }
-    va_end(args.ap);
-    return *this;
+    return FormatCopy(*this, Narrowed(fmt), ap, 1);
 }
 
 Str& Str::AppendFormat(const char* fmt, ...) {

@@ -17,6 +17,16 @@ template <typename... A> std::string Fmt(const char* fmt, A... args) {
     return Text(s);
 }
 
+// A list handed on, as a caller of FormatVA does; the text is replaced, not appended to.
+std::string ViaList(const wchar_t* fmt, ...) {
+    Str s("old");
+    va_list ap;
+    va_start(ap, fmt);
+    s.FormatVA(fmt, ap);
+    va_end(ap);
+    return Text(s);
+}
+
 template <typename... A> std::string Printf(const char* fmt, A... args) {
     std::string out(static_cast<std::size_t>(std::snprintf(nullptr, 0, fmt, args...)), '\0');
     std::snprintf(out.data(), out.size() + 1, fmt, args...);
@@ -99,6 +109,7 @@ TEST(StrFormat, EngineConversionsAndAppendersTable) {
         {std::to_string(StrImplementation::STR_sprintf_i(buf, 8, "%04d", 7)) + buf, "40007",
          "sprintf"},
         {Text(Str("ab").AppendFormat("%d", 1)), "ab1", "AppendFormat"},
+        {ViaList(L"%d-%s", 4, L"w"), "4-w", "FormatVA with a wide format"},
         {Text(Str("n=").AppendInt(-42)), "n=-42", "AppendInt"},
         {Text(Str().AppendFloat(1.5f, 40)), "1.5" + std::string(31, '0'), "AppendFloat"},
         {Text(Str().AppendDouble(2.0, 0)), "2", "AppendDouble"},
