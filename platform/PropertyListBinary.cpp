@@ -24,8 +24,17 @@ void PutBigEndian(std::string& out, std::uint64_t value, unsigned size) {
         out += static_cast<char>((value >> (8 * i)) & 0xFF);
 }
 
+// The width of an integer object: 1, 2, 4 or 8 bytes.
 unsigned BytesFor(std::uint64_t value) {
     return value < (1u << 8) ? 1 : value < (1u << 16) ? 2 : value <= 0xFFFFFFFFu ? 4 : 8;
+}
+
+// The width of an offset or reference, which may be any number of bytes.
+unsigned FewestBytes(std::uint64_t value) {
+    unsigned n = 1;
+    while (n < 8 && (value >> (8 * n)) != 0)
+        ++n;
+    return n;
 }
 
 void AppendUtf8(std::string& out, std::uint32_t cp) {
@@ -276,7 +285,7 @@ public:
 
     std::optional<std::string> write(const Value& root) {
         number(root);
-        refSize_ = BytesFor(objects_.size() - 1);
+        refSize_ = FewestBytes(objects_.size() - 1);
         out_ = "bplist00";
         std::vector<std::uint64_t> offsets;
         offsets.reserve(objects_.size());
@@ -287,7 +296,7 @@ public:
                 return std::nullopt;
         }
         const std::uint64_t table = out_.size();
-        const unsigned offsetSize = BytesFor(table);
+        const unsigned offsetSize = FewestBytes(table);
         if (table + offsets.size() * offsetSize + 32 >= limit_)
             return std::nullopt;
         for (std::uint64_t offset : offsets)

@@ -76,14 +76,13 @@ std::int32_t ReadInteger(const std::string& text) {
     return static_cast<std::int32_t>(value);
 }
 
-// A real as the shortest decimal text that reads back as the same number.
+// A real as the platform writes a number's description: 16 significant digits, or 17 when 16
+// would not read back as the same number.
 std::string RealText(double real) {
     char text[40];
-    for (int precision = 1; precision <= 17; ++precision) {
-        std::snprintf(text, sizeof text, "%.*g", precision, real);
-        if (std::strtod(text, nullptr) == real)
-            break;
-    }
+    std::snprintf(text, sizeof text, "%.16g", real);
+    if (std::strtod(text, nullptr) != real)
+        std::snprintf(text, sizeof text, "%.17g", real);
     return text;
 }
 
