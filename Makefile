@@ -78,11 +78,9 @@ fuzz: deps
 
 # Leak check: a plain Debug build (no sanitizers) of the unit tests, each program run under
 # valgrind. Children forked by death tests and store tests run silently (they stop without
-# cleaning up); programs the tests start are not traced. The killed-writer test needs a writer to
-# finish a synchronise within milliseconds, which valgrind's pace does not allow, so it is left to
-# `make test`.
+# cleaning up); programs the tests start are not traced. No test depends on pace, so all run.
 MEMCHECK_PROGRAMS := test_base test_platform test_prefs test_pane test_tools
-MEMCHECK_FILTER   := -StoreFault.KilledWriterLeavesTheOldFileOrTheNewOneWhole
+MEMCHECK_FILTER   := *
 VALGRIND := valgrind --tool=memcheck --leak-check=full --errors-for-leak-kinds=definite \
 	--error-exitcode=1 --trace-children=no --child-silent-after-fork=yes --quiet
 

@@ -7,6 +7,7 @@
 #include "platform/UserDefaults.h"
 #include "platform/View.h"
 #include "tools/HexDigit.h"
+#include "tools/Output.h"
 
 #include <cmath>
 #include <cstdio>
@@ -88,7 +89,7 @@ Options ParseOptions(int argc, char** argv) {
         };
         if (arg == "-h" || arg == "--help") {
             std::fputs(kUsage, stdout);
-            std::exit(0);
+            std::exit(FinishOutput("bkgcolors-pane", 0));
         } else if (arg == "--plugin") {
             options.plugin = value();
             pluginGiven = true;
@@ -171,6 +172,6 @@ int main(int argc, char** argv) {
         Fail("the pane failed");
     }
     // The store has already reported why it could not read or write its file.
-    std::fflush(stdout);
-    return platform::UserDefaults::standardUserDefaults().synchronize() ? 0 : 2;
+    const bool saved = platform::UserDefaults::standardUserDefaults().synchronize();
+    return FinishOutput("bkgcolors-pane", saved ? 0 : 2);
 }
