@@ -120,6 +120,7 @@ PrefsWindow::PrefsWindow(GtkApplication* app, platform::PreferencePane& pane,
     }
 
     GtkWidget* apply = gtk_button_new_with_mnemonic("_Apply");
+    gtk_widget_set_name(apply, "apply");
     gtk_widget_set_halign(apply, GTK_ALIGN_END);
     gtk_box_append(GTK_BOX(box), apply);
     g_signal_connect_swapped(apply, "clicked",
