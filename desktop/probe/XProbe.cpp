@@ -183,6 +183,17 @@ void XProbe::click(int x, int y, int count) const {
     XSync(display_, False);
 }
 
+void XProbe::shortcut(int x, int y, const char* modifier, const char* key) const {
+    XTestFakeMotionEvent(display_, -1, x, y, CurrentTime);
+    const KeyCode held = XKeysymToKeycode(display_, XStringToKeysym(modifier));
+    const KeyCode typed = XKeysymToKeycode(display_, XStringToKeysym(key));
+    XTestFakeKeyEvent(display_, held, True, CurrentTime);
+    XTestFakeKeyEvent(display_, typed, True, CurrentTime);
+    XTestFakeKeyEvent(display_, typed, False, CurrentTime);
+    XTestFakeKeyEvent(display_, held, False, CurrentTime);
+    XSync(display_, False);
+}
+
 bool XProbe::requestClose(Window window) const {
     Atom protocols = XInternAtom(display_, "WM_PROTOCOLS", False);
     Atom deleteWindow = XInternAtom(display_, "WM_DELETE_WINDOW", False);

@@ -59,6 +59,9 @@ public:
 
     // Moves the pointer to x, y and clicks the first button `count` times in a row.
     void click(int x, int y, int count = 1) const;
+    // Moves the pointer to x, y (without a window manager the keyboard goes where the pointer is)
+    // and types `key` while holding `modifier`, both X key names such as "Control_L" and "w".
+    void shortcut(int x, int y, const char* modifier, const char* key) const;
     // Asks `window` to close as a window manager does (WM_DELETE_WINDOW); false when the window
     // does not take that request.
     bool requestClose(Window window) const;

@@ -152,16 +152,24 @@ TEST_F(PrefsProgramTest, SwatchesShowTheStoreAndClosingStoresTheNewColour) {
         std::vector<std::string> args;
         std::vector<std::uint32_t> shown; // current, then new
         int stored;
+        bool byKeyboard; // Ctrl+W instead of the window manager's request
     } steps[] = {
-        {"empty store", {}, {Grey, Grey}, 15132390},
-        {"colour given", {"--color", "#3366CC"}, {Grey, Blue}, 13395507},
-        {"restarted", {}, {Blue, Blue}, 13395507},
+        {"empty store", {}, {Grey, Grey}, 15132390, false},
+        {"colour given", {"--color", "#3366CC"}, {Grey, Blue}, 13395507, false},
+        {"restarted", {}, {Blue, Blue}, 13395507, false},
+        {"closed with Ctrl+W", {"--color", "0,0.5,1"}, {Blue, 0x007FFF}, 0xFF7F00, true},
     };
     for (const auto& step : steps) {
         SCOPED_TRACE(step.name);
         auto program = Start(step.args);
-        ASSERT_EQ(Swatches(step.shown).size(), 2u) << program->errors();
-        ASSERT_EQ(Close(*program), 0) << program->errors();
+        auto swatches = Swatches(step.shown);
+        ASSERT_EQ(swatches.size(), 2u) << program->errors();
+        if (step.byKeyboard) {
+            probe->shortcut(swatches[0].x - 20, swatches[0].y, "Control_L", "w");
+            ASSERT_EQ(program->finish(), 0) << program->errors();
+        } else {
+            ASSERT_EQ(Close(*program), 0) << program->errors();
+        }
         EXPECT_EQ(program->errors(), "");
         EXPECT_EQ(Stored(), step.stored);
     }
