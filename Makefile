@@ -12,7 +12,8 @@ FUZZ_SECONDS ?= 60
 FUZZ_SMOKE_SECONDS ?= 3
 CMAKE        ?= cmake
 
-PACKAGES := cmake g++ make pkg-config libplist-dev libplist-utils libgtest-dev libbenchmark-dev
+PACKAGES := cmake g++ make pkg-config libplist-dev libplist-utils libgtest-dev libbenchmark-dev \
+	libgtk-4-dev libxtst-dev xvfb xauth xdotool desktop-file-utils
 
 .PHONY: all deps build run test bench fuzz memcheck coverage install format clean
 
