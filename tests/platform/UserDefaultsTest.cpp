@@ -3,6 +3,7 @@
 #include "support/StoreTesting.h"
 #include "support/TempFolder.h"
 
+#include "support/Seed.h"
 #include "support/Testing.h"
 
 #include <filesystem>
@@ -55,8 +56,8 @@ TEST_F(UserDefaultsTest, GettersCoerceAsThePlatformDocuments) {
 }
 
 TEST_F(UserDefaultsTest, TextsRoundTripWithControlCharactersAndAnyUtf8) {
-    const unsigned seed = 20240611;
-    std::mt19937 random(seed);
+    const TestSeed seed;
+    std::mt19937 random(seed.value);
     std::vector<std::string> texts = {"\x01\x02\x1f\t\r\n<&>\"'", "\x7f", "\xF4\x8F\xBF\xBF", ""};
     const std::uint32_t limits[] = {0x80, 0x800, 0x10000, 0x110000};
     for (int i = 0; i < 200; ++i) {
@@ -79,8 +80,8 @@ TEST_F(UserDefaultsTest, TextsRoundTripWithControlCharactersAndAnyUtf8) {
     }
     UserDefaults reread(file);
     for (std::size_t i = 0; i < texts.size(); ++i) {
-        EXPECT_EQ(reread.stringForKey("text" + std::to_string(i)), texts[i]) << seed << ", " << i;
-        EXPECT_EQ(reread.integerForKey(texts[i]), 1) << "seed " << seed << ", " << i;
+        EXPECT_EQ(reread.stringForKey("text" + std::to_string(i)), texts[i]) << "text " << i;
+        EXPECT_EQ(reread.integerForKey(texts[i]), 1) << "text " << i;
     }
 }
 
