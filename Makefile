@@ -13,7 +13,7 @@ FUZZ_SMOKE_SECONDS ?= 3
 CMAKE        ?= cmake
 
 PACKAGES := cmake g++ make pkg-config libplist-dev libplist-utils libgtest-dev libbenchmark-dev \
-	libgtk-4-dev libxtst-dev xvfb xauth xdotool desktop-file-utils
+	libgtk-4-dev libxtst-dev xvfb xauth xdotool desktop-file-utils clang-format
 
 .PHONY: all deps build run test bench fuzz memcheck coverage install format clean
 
@@ -111,7 +111,7 @@ coverage: deps
 install: build
 	$(CMAKE) --install $(BUILD) --prefix $(or $(PREFIX),/usr/local)
 
-format:
+format: deps
 	clang-format -i $$(git ls-files '*.h' '*.cpp')
 
 clean:
