@@ -5,6 +5,7 @@
 #include "desktop/probe/XProbe.h"
 #include "platform/UserDefaults.h"
 #include "support/Display.h"
+#include "support/StoreTesting.h"
 #include "support/TempFolder.h"
 
 #include "support/Testing.h"
@@ -218,7 +219,7 @@ TEST_F(PrefsProgramTest, RefusedStoreIsShownAndEndsWithStatusOne) {
     ASSERT_TRUE(probe->requestClose(message[0]));
     EXPECT_EQ(program->finish(), 1);
     const std::string said = program->errors();
-    EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
+    EXPECT_EQ(Lines(said), 1) << said;
     EXPECT_EQ(ReadBytes(folder / "blocker"), "a file where a folder should be");
 }
 
@@ -252,7 +253,7 @@ TEST(PrefsProgramStart, FailuresBeforeTheWindowSayWhyInOneLine) {
         PrefsProgram program(folder, row.args);
         EXPECT_EQ(program.finish(), row.status);
         const std::string said = program.errors();
-        EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
+        EXPECT_EQ(Lines(said), 1) << said;
         EXPECT_EQ(said.rfind("bkgcolors-prefs: ", 0), 0u) << said;
         EXPECT_FALSE(std::filesystem::exists(store));
     }

@@ -8,6 +8,7 @@
 #include "platform/UserDefaults.h"
 #include "support/Display.h"
 #include "support/StandardStore.h"
+#include "support/StoreTesting.h"
 #include "tools/ColourText.h"
 
 #include "support/Testing.h"
@@ -222,10 +223,8 @@ TEST_F(PrefsWindowTest, RefusedStoreIsReportedAndTheWindowClosesOnceItIsRead) {
     std::filesystem::create_directory(file); // a folder where the file should be
     PrefsWindow window(nullptr, pane, ParseColour("#3366CC"));
     gtk_window_present(window.window());
-    ::testing::internal::CaptureStderr();
-    gtk_window_close(window.window());
-    const std::string said = ::testing::internal::GetCapturedStderr();
-    EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
+    const std::string said = Stderr([&] { gtk_window_close(window.window()); });
+    EXPECT_EQ(Lines(said), 1) << said;
     EXPECT_TRUE(window.failed());
     EXPECT_TRUE(gtk_widget_get_visible(GTK_WIDGET(window.window()))) << "kept open for the message";
     GtkWindow* message = OpenDialogOf(window.window());

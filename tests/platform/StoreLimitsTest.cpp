@@ -14,13 +14,6 @@ using platform::internal::kStoreFileLimit;
 
 namespace {
 
-std::string Big(std::uint64_t v, int width) {
-    std::string s;
-    for (int i = width - 1; i >= 0; --i)
-        s += static_cast<char>((v >> (8 * i)) & 0xFF);
-    return s;
-}
-
 // {"a": chain}: a chain of `levels` arrays, each holding the next one twice, ending in a text of
 // 100 bytes. The file stays small; written out in full it doubles with every level.
 std::string SharedChain(int levels) {
@@ -33,12 +26,7 @@ std::string SharedChain(int levels) {
         objects += "\xA2" + Big(3 + i, 2) + Big(3 + i, 2);
     }
     offsets.push_back(8 + objects.size());
-    objects += "\x5F\x10\x64" + std::string(100, 'x');
-    std::string data = "bplist00" + objects;
-    for (auto offset : offsets)
-        data += Big(offset, 2);
-    return data + std::string(6, '\0') + Big(0x0202, 2) + Big(offsets.size(), 8) + Big(0, 8) +
-           Big(8 + objects.size(), 8);
+    return Binary(objects + "\x5F\x10\x64" + std::string(100, 'x'), offsets, 2);
 }
 
 TEST(StoreLimits, FilesJustUnderTheBoundReadAndAtTheBoundAreRefused) {

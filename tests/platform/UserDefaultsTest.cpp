@@ -26,30 +26,35 @@ protected:
 
 TEST_F(UserDefaultsTest, GettersCoerceAsThePlatformDocuments) {
     UserDefaults store(file);
-    // Key, value, then the value read as an integer and as text.
-    const std::tuple<const char*, UserDefaults::Object, std::int32_t, std::optional<std::string>>
-        rows[] = {
-            {"text", std::string("  -42xyz"), -42, "  -42xyz"}, // leading space, sign, digits
-            {"letters", std::string("abc"), 0, "abc"},          // no digits reads 0
-            {"huge", std::string("99999999999"), INT32_MAX, "99999999999"}, // saturates
-            {"number", -7, -7, "-7"},          // a number reads as its decimal text
-            {"bytes", Bytes{'4', '2'}, 0, {}}, // bytes are neither text nor number
-            {"empty", Bytes{}, 0, {}},
-            {"real", 255.0, 255, "255"},      // a real in the colour key gives its integer
-            {"fraction", -2.75, -2, "-2.75"}, // truncated toward zero
-            {"past 32 bits", 1e10, INT32_MAX, "10000000000"}, // clamped
-            {"below 32 bits", -1e10, INT32_MIN, "-10000000000"},
-            {"not a number", std::nan(""), 0, "nan"},
-            {"true", true, 1, "1"},
-            {"false", false, 0, "0"},
-        };
-    for (const auto& [key, value, integer, text] : rows)
-        store.setObject(value, key);
-    for (const auto& [key, value, integer, text] : rows) {
-        EXPECT_EQ(store.integerForKey(key), integer) << key;
-        EXPECT_EQ(store.stringForKey(key), text) << key;
-        const Bytes* bytes = std::get_if<Bytes>(&value);
-        EXPECT_EQ(store.dataForKey(key), bytes ? std::optional(*bytes) : std::nullopt) << key;
+    struct Row {
+        const char* name; // also the key
+        UserDefaults::Object value;
+        std::int32_t integer;
+        std::optional<std::string> text;
+    };
+    const Row rows[] = {
+        {"leading space, sign, digits", std::string("  -42xyz"), -42, "  -42xyz"},
+        {"no digits reads 0", std::string("abc"), 0, "abc"},
+        {"saturates", std::string("99999999999"), INT32_MAX, "99999999999"},
+        {"a number reads as its decimal text", -7, -7, "-7"},
+        {"bytes are neither text nor number", Bytes{'4', '2'}, 0, {}},
+        {"empty bytes", Bytes{}, 0, {}},
+        {"a real in the colour key gives its integer", 255.0, 255, "255"},
+        {"truncated toward zero", -2.75, -2, "-2.75"},
+        {"past 32 bits", 1e10, INT32_MAX, "10000000000"},
+        {"below 32 bits", -1e10, INT32_MIN, "-10000000000"},
+        {"not a number", std::nan(""), 0, "nan"},
+        {"true", true, 1, "1"},
+        {"false", false, 0, "0"},
+    };
+    for (const Row& row : rows)
+        store.setObject(row.value, row.name);
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        EXPECT_EQ(store.integerForKey(row.name), row.integer);
+        EXPECT_EQ(store.stringForKey(row.name), row.text);
+        const Bytes* bytes = std::get_if<Bytes>(&row.value);
+        EXPECT_EQ(store.dataForKey(row.name), bytes ? std::optional(*bytes) : std::nullopt);
     }
     EXPECT_EQ(store.integerForKey("absent"), 0);
     EXPECT_FALSE(store.stringForKey("absent") || store.dataForKey("absent"));
@@ -106,23 +111,6 @@ TEST_F(UserDefaultsTest, RealsAndBooleansAreVisibleOtherKindsKeptAsTheyWere) {
     EXPECT_EQ(reread.integerForKey("new"), 1);
     EXPECT_EQ(reread.objectForKey("real"), UserDefaults::Object(255.0));
     EXPECT_EQ(reread.objectForKey("flag"), UserDefaults::Object(true));
-}
-
-std::string Big(std::uint64_t v, int width) {
-    std::string s;
-    for (int i = width - 1; i >= 0; --i)
-        s += static_cast<char>((v >> (8 * i)) & 0xFF);
-    return s;
-}
-
-// A binary file: the objects after the header, then their offsets, then the trailer.
-std::string Binary(const std::string& objects, const std::vector<std::uint64_t>& offsets,
-                   int width = 1) {
-    std::string data = "bplist00" + objects;
-    for (auto offset : offsets)
-        data += Big(offset, width);
-    return data + std::string(6, '\0') + Big(width * 0x101, 2) + Big(offsets.size(), 8) +
-           Big(0, 8) + Big(8 + objects.size(), 8);
 }
 
 // {"a": value}: the dictionary at 8, its key "a" at 11, the value at 13.
@@ -240,15 +228,15 @@ TEST_F(UserDefaultsTest, DamagedFilesAreSetAsideUnderNamesOfTheirOwn) {
 
 TEST_F(UserDefaultsTest, RefusesTextsItCouldNotReadBackAndFilesThatAreNoFiles) {
     std::filesystem::create_directory(file);
-    ::testing::internal::CaptureStderr();
-    UserDefaults store(file);
-    EXPECT_FALSE(store.setObject(std::int32_t{1}, "\xFF")) << "a key that is not UTF-8";
-    EXPECT_FALSE(store.setObject(std::string("a\0b", 3), "k")) << "a text holding NUL";
-    EXPECT_TRUE(store.setObject(std::int32_t{1}, "k"));
-    EXPECT_FALSE(store.synchronize());
-    store.removeObjectForKey("k");
-    const std::string err = ::testing::internal::GetCapturedStderr();
-    EXPECT_EQ(std::count(err.begin(), err.end(), '\n'), 1) << err;
+    const std::string err = Stderr([&] {
+        UserDefaults store(file);
+        EXPECT_FALSE(store.setObject(std::int32_t{1}, "\xFF")) << "a key that is not UTF-8";
+        EXPECT_FALSE(store.setObject(std::string("a\0b", 3), "k")) << "a text holding NUL";
+        EXPECT_TRUE(store.setObject(std::int32_t{1}, "k"));
+        EXPECT_FALSE(store.synchronize());
+        store.removeObjectForKey("k");
+    });
+    EXPECT_EQ(Lines(err), 1) << err;
     EXPECT_NE(err.find("not a regular file"), std::string::npos) << err;
     EXPECT_TRUE(std::filesystem::is_directory(file));
 }
