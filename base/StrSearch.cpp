@@ -12,6 +12,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
+#if defined(__x86_64__) && defined(__GNUC__)
+#include <immintrin.h>
+#endif
 #include <new>
 #include <string>
 #include <vector>
@@ -89,54 +92,148 @@ bool SearchedTextEnd(const char* from, const char* to) {
     return std::memchr(from, 0, static_cast<std::size_t>(to - from)) != nullptr;
 }
 
-// Where the lower-case copy of the text would hold the lower-case needle (m > 0 bytes), searching
-// from start, which lies in the text's first zero-free run: the first match at or after start and
-// before the next zero byte, or -1. Found in place: candidates for the first character are the
-// bytes that lower to it (usually one letter in both cases), each found with memchr, and the
-// rest is compared through the case table.
-long FindLowered(const char* text, long len, const char* needle, std::size_t m, long start) {
-    const CaseMap lower(false);
-    char firsts[2];
-    int nFirsts = 0;
-    for (int c = 1; c < 256 && nFirsts <= 2; ++c) {
-        if (lower(static_cast<unsigned char>(c)) == U(needle[0])) {
-            if (nFirsts < 2)
-                firsts[nFirsts] = static_cast<char>(c);
-            ++nFirsts;
+// True when the text at p begins with s (non-empty, no zero byte). The comparison stops at the
+// first difference, so it never reads past the text's terminator.
+inline bool StartsWith(const char* p, const char* s) {
+    std::size_t j = 1;
+    while (s[j] != 0 && p[j] == s[j])
+        ++j;
+    return s[j] == 0;
+}
+
+// The first s (non-empty, no zero byte) in text at or after from, where the search ends at the
+// first zero byte; -1 when there is none. A match can never run past that zero, so no other bound
+// is needed: one pass over the text finds both the candidates and the end.
+long ScanPortable(const char* text, long from, const char* s) {
+    for (const char* p = text + from;; ++p) {
+        p = std::strchr(p, s[0]);
+        if (!p)
+            return -1;
+        if (StartsWith(p, s))
+            return p - text;
+    }
+}
+
+#if defined(__x86_64__) && defined(__GNUC__)
+// The same scan 256 bytes at a time: one test per 256 bytes tells whether they hold the first
+// character or a zero byte, and only then are the candidates taken one by one. Loads are aligned
+// and stay within the len + 1 bytes of text and terminator.
+__attribute__((target("avx512bw"))) long ScanWide(const char* text, long from, long len,
+                                                  const char* s) {
+    const char* p = text + from;
+    const char* const stop = text + len + 1;
+    const char first = s[0];
+    for (; (reinterpret_cast<std::uintptr_t>(p) & 63) != 0; ++p) {
+        if (p >= stop || *p == 0)
+            return -1;
+        if (*p == first && StartsWith(p, s))
+            return p - text;
+    }
+    const __m512i f = _mm512_set1_epi8(first);
+    for (; p + 256 <= stop; p += 256) {
+        __m512i v[4];
+        __m512i low[4];
+        for (int i = 0; i < 4; ++i) {
+            v[i] = _mm512_load_si512(p + 64 * i);
+            // Zero exactly where the byte is the first character or a zero byte.
+            low[i] = _mm512_min_epu8(_mm512_xor_si512(v[i], f), v[i]);
+        }
+        const __m512i all =
+            _mm512_min_epu8(_mm512_min_epu8(low[0], low[1]), _mm512_min_epu8(low[2], low[3]));
+        if (_mm512_testn_epi8_mask(all, all) == 0)
+            continue;
+        for (int i = 0; i < 4; ++i) {
+            for (std::uint64_t k = _mm512_testn_epi8_mask(low[i], low[i]); k != 0; k &= k - 1) {
+                const char* c = p + 64 * i + __builtin_ctzll(k);
+                if (*c == 0)
+                    return -1;
+                if (StartsWith(c, s))
+                    return c - text;
+            }
         }
     }
-    const long last = len - static_cast<long>(m);
+    return ScanPortable(text, p - text, s);
+}
+
+bool HaveWideScan() {
+    static const bool have = __builtin_cpu_supports("avx512bw");
+    return have;
+}
+#endif
+
+// The text search on a text of len characters whose terminator is at len.
+long ScanText(const char* text, long from, long len, const char* s) {
+#if defined(__x86_64__) && defined(__GNUC__)
+    if (HaveWideScan())
+        return ScanWide(text, from, len, s);
+#endif
+    (void)len;
+    return ScanPortable(text, from, s);
+}
+
+// The no-case text search: where the lower-case copy of a text would hold the lower-case needle,
+// found in place. Candidates for the first character are the bytes that lower to it (usually one
+// letter in both cases), each found with memchr, and the rest is compared through the case table.
+// One finder serves a series of searches over the same unchanged text, so the candidates found
+// ahead by one search are reused by the next.
+class LoweredFinder {
+public:
+    LoweredFinder(const char* text, long len, const char* needle, std::size_t m)
+        : text_(text), len_(len), needle_(needle), m_(m), lower_(false) {
+        for (int c = 1; c < 256 && nFirsts_ <= 2; ++c) {
+            if (lower_(static_cast<unsigned char>(c)) == U(needle[0])) {
+                if (nFirsts_ < 2)
+                    firsts_[nFirsts_] = static_cast<char>(c);
+                ++nFirsts_;
+            }
+        }
+    }
+
+    // The first match at or after start (which lies in the text's first zero-free run) and before
+    // the next zero byte, or -1.
+    long Next(long start) {
+        const long last = len_ - static_cast<long>(m_);
+        for (long i = start; i <= last;) {
+            long at = LONG_MAX;
+            if (nFirsts_ <= 2) {
+                for (int k = 0; k < nFirsts_; ++k) {
+                    if (nextAt_[k] < i) {
+                        const void* hit = std::memchr(text_ + i, firsts_[k],
+                                                      static_cast<std::size_t>(last - i) + 1);
+                        nextAt_[k] = hit ? static_cast<const char*>(hit) - text_ : LONG_MAX;
+                    }
+                    at = nextAt_[k] < at ? nextAt_[k] : at;
+                }
+            } else {
+                for (long j = i; j <= last && at == LONG_MAX; ++j)
+                    if (lower_(U(text_[j])) == U(needle_[0]))
+                        at = j;
+            }
+            if (at == LONG_MAX)
+                return -1;
+            const char* p = text_ + at;
+            std::size_t j = 1;
+            while (j < m_ && lower_(U(p[j])) == U(needle_[j]))
+                ++j;
+            if (j == m_)
+                return SearchedTextEnd(text_ + start, p) ? -1 : at;
+            i = at + 1;
+        }
+        return -1;
+    }
+
+private:
+    const char* text_;
+    long len_;
+    const char* needle_;
+    std::size_t m_;
+    CaseMap lower_;
+    char firsts_[2] = {0, 0};
+    int nFirsts_ = 0;
     // Offset of the next candidate of each first byte: below the scan position it is out of date,
     // LONG_MAX means there is none left.
-    long nextAt[2] = {-1, -1};
-    for (long i = start; i <= last;) {
-        long at = LONG_MAX;
-        if (nFirsts <= 2) {
-            for (int k = 0; k < nFirsts; ++k) {
-                if (nextAt[k] < i) {
-                    const void* hit =
-                        std::memchr(text + i, firsts[k], static_cast<std::size_t>(last - i) + 1);
-                    nextAt[k] = hit ? static_cast<const char*>(hit) - text : LONG_MAX;
-                }
-                at = nextAt[k] < at ? nextAt[k] : at;
-            }
-        } else {
-            for (long j = i; j <= last && at == LONG_MAX; ++j)
-                if (lower(U(text[j])) == U(needle[0]))
-                    at = j;
-        }
-        if (at == LONG_MAX)
-            return -1;
-        const char* p = text + at;
-        std::size_t j = 1;
-        while (j < m && lower(U(p[j])) == U(needle[j]))
-            ++j;
-        if (j == m)
-            return SearchedTextEnd(text + start, p) ? -1 : at;
-        i = at + 1;
-    }
-    return -1;
-}
+    long nextAt_[2] = {-1, -1};
+};
 
 // Whole-text number check: the parse must have consumed every character of the text.
 template <typename T> T CheckNumber(const Str& s, const char* end, T value, signed char* failed) {
@@ -257,13 +354,11 @@ int STR_ReplaceCore(Str& str, const char* find, const char* repl, signed char no
         STR_ToLower(lowFind.data(), static_cast<unsigned int>(m));
     }
     std::vector<int> at;
+    // Every search starts inside the first zero-free run, where the no-case search needs no
+    // lower-case copy of the text.
+    LoweredFinder lowered(str, str.GetLength(), lowFind.c_str(), static_cast<std::size_t>(m));
     for (int from = 0; from <= str.GetLength() - m;) {
-        // Every search starts inside the first zero-free run, where the no-case search needs no
-        // lower-case copy of the text.
-        const int found = nocase
-                              ? static_cast<int>(FindLowered(str, str.GetLength(), lowFind.c_str(),
-                                                             static_cast<std::size_t>(m), from))
-                              : str.Find(find, from);
+        const int found = nocase ? static_cast<int>(lowered.Next(from)) : str.Find(find, from);
         if (found < 0)
             break;
         at.push_back(found);
@@ -414,19 +509,11 @@ int Str::Find(const char* s, int start) const {
         Error(ecIndexRange);
     if (!s || *s == 0)
         return -1;
-    const std::size_t m = std::strlen(s);
-    const long last = static_cast<long>(GetLength()) - static_cast<long>(m);
-    for (long i = start; i <= last;) {
-        // Candidates end at last: past it the rest cannot hold s.
-        const void* hit = std::memchr(dptr + i, s[0], static_cast<std::size_t>(last - i) + 1);
-        if (!hit)
-            return -1;
-        const char* p = static_cast<const char*>(hit);
-        if (m == 1 || std::memcmp(p + 1, s + 1, m - 1) == 0)
-            return SearchedTextEnd(dptr + start, p) ? -1 : static_cast<int>(p - dptr);
-        i = p - dptr + 1;
-    }
-    return -1;
+    const long len = GetLength();
+    // A start past the last place s could begin finds nothing, and is never read from.
+    if (static_cast<long>(strnlen(s, static_cast<std::size_t>(len) + 1)) > len - start)
+        return -1;
+    return static_cast<int>(ScanText(dptr, start, len, s));
 }
 
 int Str::FindNoCase(const char* s, int start) const {
@@ -438,7 +525,7 @@ int Str::FindNoCase(const char* s, int start) const {
     StrImplementation::STR_ToLower(needle.get(), static_cast<unsigned int>(m));
     const long len = GetLength();
     if (start >= 0 && m > 0 && !SearchedTextEnd(dptr, dptr + (start < len ? start : len)))
-        return static_cast<int>(FindLowered(dptr, len, needle.get(), m, start));
+        return static_cast<int>(LoweredFinder(dptr, len, needle.get(), m).Next(start));
     // Outside the text's first zero-free run the lower-case copy may differ from the text beyond
     // it; the range error names that copy too. Search the copy itself.
     Str lower(*this);

@@ -36,8 +36,7 @@ template <typename... A> std::string Printf(const char* fmt, A... args) {
 } // namespace
 
 TEST(StrFormat, RandomNumericConversionsMatchSnprintf) {
-    const char* env = std::getenv("STR_TEST_SEED");
-    const unsigned seed = env ? static_cast<unsigned>(std::strtoul(env, nullptr, 10)) : 7321u;
+    const unsigned seed = strtest::Seed(7321u);
     SCOPED_TRACE("seed " + std::to_string(seed) + " (rerun with STR_TEST_SEED)");
     std::mt19937_64 rng(seed);
     auto pick = [&](int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng); };
@@ -87,6 +86,36 @@ TEST(StrFormat, RandomNumericConversionsMatchSnprintf) {
         : k == 5 ? check(conversion({""}, "c"), pick(32, 126))
                  : check(conversion({""}, "p"),
                          reinterpret_cast<void*>(static_cast<std::uintptr_t>(randomInt())));
+    }
+}
+
+// Fixed-point values that sit exactly halfway between two results at the precision asked (binary
+// fractions), whole numbers up to the largest double, and the flags that shape the field.
+TEST(StrFormat, FixedPointTiesAndFieldsMatchSnprintf) {
+    const unsigned seed = strtest::Seed(4409u);
+    SCOPED_TRACE("seed " + std::to_string(seed) + " (rerun with STR_TEST_SEED)");
+    std::mt19937_64 rng(seed);
+    auto pick = [&](int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng); };
+    for (int iter = 0; iter < 4000 && !::testing::Test::HasFailure(); ++iter) {
+        std::string f = "[%";
+        for (int i = pick(0, 3); i > 0; --i)
+            f += "-+ 0#"[pick(0, 4)];
+        if (pick(0, 1))
+            f += std::to_string(pick(0, 40));
+        if (pick(0, 3))
+            f += "." + std::to_string(pick(0, 3) ? pick(0, 8) : pick(0, 120));
+        f += pick(0, 4) ? "f]" : "x]";
+        const double tie =
+            std::ldexp(static_cast<double>(static_cast<long long>(rng() >> 20)), -pick(0, 12));
+        const double v = pick(0, 5)   ? (pick(0, 1) ? -tie : tie)
+                         : pick(0, 1) ? std::ldexp(1.0, pick(0, 1023)) * (pick(0, 1) ? 1 : -1)
+                                      : -0.0;
+        if (f.back() == ']' && f[f.size() - 2] == 'x') {
+            const unsigned u = static_cast<unsigned>(rng());
+            EXPECT_EQ(Fmt(f.c_str(), u), Printf(f.c_str(), u)) << "format " << f;
+        } else {
+            EXPECT_EQ(Fmt(f.c_str(), v), Printf(f.c_str(), v)) << "format " << f << " value " << v;
+        }
     }
 }
 

@@ -35,8 +35,7 @@ int ModelReplace(std::string& s, const std::string& find, const std::string& rep
 } // namespace
 
 TEST(StrSearch, RandomSearchesMatchStdString) {
-    const char* env = std::getenv("STR_TEST_SEED");
-    const unsigned seed = env ? static_cast<unsigned>(std::strtoul(env, nullptr, 10)) : 20240611u;
+    const unsigned seed = strtest::Seed(20240611u);
     SCOPED_TRACE("seed " + std::to_string(seed) + " (rerun with STR_TEST_SEED)");
     std::mt19937 rng(seed);
     auto pick = [&](int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng); };
@@ -91,6 +90,41 @@ TEST(StrSearch, RandomSearchesMatchStdString) {
         EXPECT_EQ(Text(r), model);
         EXPECT_EQ(static_cast<const char*>(r)[r.GetLength()], 0);
         EXPECT_EQ(Text(sharer), shared);
+    }
+}
+
+// Long texts exercise the block-wise scan: matches and zero bytes at every offset of a block, the
+// search starting anywhere, and a match only counting before the first zero byte after its start.
+TEST(StrSearch, LongTextSearchesStopAtTheFirstZeroByte) {
+    const unsigned seed = strtest::Seed(977u);
+    SCOPED_TRACE("seed " + std::to_string(seed) + " (rerun with STR_TEST_SEED)");
+    std::mt19937 rng(seed);
+    auto pick = [&](int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng); };
+    for (int iter = 0; iter < 1500 && !::testing::Test::HasFailure(); ++iter) {
+        SCOPED_TRACE("iteration " + std::to_string(iter));
+        std::string m(Z(pick(0, 1200)), 'a');
+        for (char& c : m)
+            c = "abcdeABC \xC8"[pick(0, 9)];
+        for (int zeros = pick(0, 2); zeros-- > 0 && !m.empty();)
+            m[Z(pick(0, static_cast<int>(m.size()) - 1))] = '\0';
+        std::string w;
+        if (!m.empty() && pick(0, 1)) {
+            const int at = pick(0, static_cast<int>(m.size()) - 1);
+            w = m.substr(Z(at), Z(pick(1, 9)));
+            w = w.substr(0, w.find('\0'));
+        }
+        if (w.empty())
+            w = std::string("ab#").substr(Z(pick(0, 2)));
+        Str s;
+        s.AppendChars(m.data(), static_cast<int>(m.size()));
+        const int from = pick(0, static_cast<int>(m.size()) + 2);
+        const std::string seen = m.substr(0, m.find('\0', Z(from)));
+        EXPECT_EQ(s.Find(w.c_str(), from), Pos(seen.find(w, Z(from)))) << "needle " << w;
+        // Past the first zero byte the no-case search reads a lower-case copy that ends there.
+        if (Z(from) <= m.find('\0')) {
+            EXPECT_EQ(s.FindNoCase(w.c_str(), from), Pos(Lower(seen).find(Lower(w), Z(from))))
+                << "needle " << w;
+        }
     }
 }
 
