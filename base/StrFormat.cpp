@@ -151,17 +151,53 @@ template <typename T> int Emit(TextBuf& out, const char* spec, const int* stars,
     }
 }
 
-// Appends to the string being formatted. The block the string held when formatting began is kept
-// alive until the end, so that arguments pointing into its text stay readable even after an
-// append has moved the string to a larger block.
+// Appends to the string being formatted. Short pieces are gathered in a local buffer and written
+// in one append; anything that reads the string (an error raised on it, a '!' argument, a string
+// argument taken from its own text) flushes first, so the string reads as if every piece had been
+// appended at once. The block the string held when formatting began is kept alive until the end,
+// so that arguments pointing into its text stay readable even after an append has moved the
+// string to a larger block.
 class Sink {
 public:
     Sink(Str& s, verifymt& vm) : s_(s), vm_(vm), origin_(s) {}
-    Str& str() { return s_; }
+    // The string with every piece so far appended.
+    Str& str() {
+        Flush();
+        return s_;
+    }
+    // True when p lies in the text area of the string's present block.
+    bool Aliases(const void* p) const {
+        const char* text = s_;
+        const auto b = reinterpret_cast<std::uintptr_t>(text);
+        const auto q = reinterpret_cast<std::uintptr_t>(p);
+        return q >= b && q <= b + static_cast<std::uintptr_t>(SBlock::of(text)->capacity);
+    }
 
     void Put(const char* p, std::size_t n) {
-        if (n == 0)
+        if (n <= sizeof(pending_) - used_) {
+            std::memcpy(pending_ + used_, p, n);
+            used_ += n;
             return;
+        }
+        Flush();
+        if (n <= sizeof(pending_)) {
+            std::memcpy(pending_, p, n);
+            used_ = n;
+        } else {
+            Append(p, n);
+        }
+    }
+
+    void Flush() {
+        if (used_ == 0)
+            return;
+        const std::size_t n = used_;
+        used_ = 0;
+        Append(pending_, n);
+    }
+
+private:
+    void Append(const char* p, std::size_t n) {
         const std::size_t len = static_cast<std::size_t>(s_.GetLength());
         if (len > kMaxLength || n > kMaxLength - len)
             throw std::bad_alloc();
@@ -174,12 +210,13 @@ public:
         s_.CoreAppendChars(p, static_cast<int>(n), vm_);
     }
 
-private:
     Str& s_;
     verifymt& vm_;
     const char* origin_;
     Str keep_;
     bool guarded_ = false;
+    std::size_t used_ = 0;
+    char pending_[256];
 };
 
 // The '*' arguments of one conversion, taken in order; more than two raises ecFormatStars.
@@ -213,7 +250,7 @@ bool IsDigit(char c) {
 // modifier, in that order. Anything else is not handed to the formatter.
 bool PrintfAccepts(const char* p, std::size_t len) {
     const char* end = p + len;
-    while (p < end && std::strchr("-+ 0#", *p))
+    while (p < end && (*p == '-' || *p == '+' || *p == ' ' || *p == '0' || *p == '#'))
         ++p;
     if (p < end && *p == '*')
         ++p;
@@ -266,6 +303,8 @@ void PutString(Sink& sink, TextBuf& spec, char letter, StrArgList& ap, signed ch
         s = nulltext;
         w = nullptr;
     }
+    if (sink.Aliases(s ? static_cast<const void*>(s) : w))
+        sink.Flush();
 
     long prec = -1;
     const char* dot = static_cast<const char*>(std::memchr(prefix, '.', plen));
@@ -565,6 +604,7 @@ int OneValue(Sink& sink, const char*& fmt, StrArgList& ap, signed char wide) {
 
     if (letter == '!') {
         const Str* s = va_arg(ap.ap, const Str*);
+        sink.Flush();
         if (s)
             sink.Put(*s, static_cast<std::size_t>(s->GetLength()));
         else
@@ -613,6 +653,8 @@ void Str::FmtPriorBuffer(const char* fmt, verifymt& vm) {
         s.Empty();
         return;
     }
+    // Every character counts 1, a '%' 128 when a string conversion letter follows it and 32
+    // otherwise.
     long long estimate = 0;
     for (const char* p = fmt; *p != 0 && estimate < kMaxEstimate; ++p)
         estimate += *p != '%' ? 1 : (p[1] == 's' || p[1] == 'S') ? 128 : 32;
@@ -633,21 +675,25 @@ void Str::FormatCore(const char* fmt, verifymt& vm, StrArgList& ap, signed char 
     }
     Sink sink(s, vm);
     while (*fmt != 0) {
-        const char* pct = std::strchr(fmt, '%');
-        if (!pct) {
-            sink.Put(fmt, std::strlen(fmt));
-            return;
-        }
+        // Literal runs between conversions are short: a plain walk costs less than a call.
+        const char* pct = fmt;
+        while (*pct != 0 && *pct != '%')
+            ++pct;
         sink.Put(fmt, static_cast<std::size_t>(pct - fmt));
+        if (*pct == 0)
+            break;
         fmt = pct + 1;
         if (!OneValue(sink, fmt, ap, wide))
-            return;
+            break;
     }
+    sink.Flush();
 }
 
 int Str::FmtOneValue(const char*& fmt, verifymt& vm, StrArgList& ap, signed char wide) {
     Sink sink(*vm.str, vm);
-    return OneValue(sink, fmt, ap, wide);
+    const int done = OneValue(sink, fmt, ap, wide);
+    sink.Flush();
+    return done;
 }
 
 void Str::FormatVaArg(const char* fmt, StrArgList& ap, signed char wide) {

@@ -115,6 +115,12 @@ long ScanPortable(const char* text, long from, const char* s) {
 }
 
 #if defined(__x86_64__) && defined(__GNUC__)
+// The 64 aligned bytes at at, zero exactly where a byte equals f's or is a zero byte.
+__attribute__((target("avx512bw"), always_inline)) inline __m512i Marks(const char* at, __m512i f) {
+    const __m512i v = _mm512_load_si512(at);
+    return _mm512_min_epu8(_mm512_xor_si512(v, f), v);
+}
+
 // The same scan 256 bytes at a time: one test per 256 bytes tells whether they hold the first
 // character or a zero byte, and only then are the candidates taken one by one. Loads are aligned
 // and stay within the len + 1 bytes of text and terminator.
@@ -131,20 +137,14 @@ __attribute__((target("avx512bw"))) long ScanWide(const char* text, long from, l
     }
     const __m512i f = _mm512_set1_epi8(first);
     for (; p + 256 <= stop; p += 256) {
-        __m512i v[4];
-        __m512i low[4];
-        for (int i = 0; i < 4; ++i) {
-            v[i] = _mm512_load_si512(p + 64 * i);
-            // Zero exactly where the byte is the first character or a zero byte.
-            low[i] = _mm512_min_epu8(_mm512_xor_si512(v[i], f), v[i]);
-        }
-        const __m512i all =
-            _mm512_min_epu8(_mm512_min_epu8(low[0], low[1]), _mm512_min_epu8(low[2], low[3]));
+        const __m512i all = _mm512_min_epu8(_mm512_min_epu8(Marks(p, f), Marks(p + 64, f)),
+                                            _mm512_min_epu8(Marks(p + 128, f), Marks(p + 192, f)));
         if (_mm512_testn_epi8_mask(all, all) == 0)
             continue;
-        for (int i = 0; i < 4; ++i) {
-            for (std::uint64_t k = _mm512_testn_epi8_mask(low[i], low[i]); k != 0; k &= k - 1) {
-                const char* c = p + 64 * i + __builtin_ctzll(k);
+        for (const char* block = p; block < p + 256; block += 64) {
+            const __m512i m = Marks(block, f);
+            for (std::uint64_t k = _mm512_testn_epi8_mask(m, m); k != 0; k &= k - 1) {
+                const char* c = block + __builtin_ctzll(k);
                 if (*c == 0)
                     return -1;
                 if (StartsWith(c, s))
