@@ -1,17 +1,19 @@
 #include "base/BFilenameList.h"
 
+#include "base/internal/SortOrder.h"
+
 #include <vector>
 
 void BFilenameList::Sort() {
-    Node* head = NodeAt(GetHeadPosition());
-    std::vector<Str> keys;
-    keys.reserve(m_count);
-    for (Node* node = head; node; node = node->next)
-        keys.push_back(node->value.GetStorageString());
-    SortByKeys(
-        keys,
-        [](const Str& a, const Str& b) { return StrImplementation::STR_stricmp_ex(a, b) < 0; },
-        [](BFilename& old) -> BFilename& { return old; });
+    StrImplementation::CaseOrder keys(m_count);
+    for (Node* node = NodeAt(GetHeadPosition()); node; node = node->next)
+        keys.Add(node->value.GetStorageString());
+    // A moved element is what operator= copies of it: the same components, property list and
+    // data, with the default delimiters and an empty tag.
+    ApplyOrder(keys.Order(), [](std::size_t, BFilename& moved) {
+        moved.BFilenameHelper();
+        moved.m_tag.Initialize();
+    });
 }
 
 void BFilenameList::Write(BMemFile& file, short mode) {

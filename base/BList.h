@@ -82,13 +82,13 @@ protected:
     // A new unlinked node holding a copy of elem and the next number; does not touch the chain.
     Node* MakeNode(T& elem);
 
-    // Reorders the list into the stable ascending order of keys (keys[i] belongs to the i-th
-    // element from the head, less is a strict weak order on them) with the result of repeatedly
-    // moving the smallest remaining element in front of the current one: an element keeps its node
-    // exactly when every element before it sorts before it; every other element gets a new node
-    // holding a copy of copyOf(value), made in sorted order, and its old node is removed.
-    template <class Key, class Less, class CopyOf>
-    void SortByKeys(const std::vector<Key>& keys, Less less, CopyOf copyOf);
+    // Reorders the list into a stable order (order[r] is the index from the head of the element of
+    // rank r) with the result of repeatedly moving the smallest remaining element in front of the
+    // current one: an element keeps its node and number exactly when every element before it
+    // sorts before it. Every other element is moved: it takes the next number, in sorted order, as
+    // a new node would, and renew(index, value) makes its value what the moved copy holds. Its
+    // storage is reused, so a sort allocates nothing per element.
+    template <class Renew> void ApplyOrder(const std::vector<std::uint32_t>& order, Renew renew);
 
     static Node* NodeAt(__POSITION* pos) { return reinterpret_cast<Node*>(pos); }
     static __POSITION* PositionOf(Node* node) { return reinterpret_cast<__POSITION*>(node); }
@@ -240,20 +240,14 @@ template <class T> std::uint32_t BList<T>::GetCount() const {
 }
 
 template <class T>
-template <class Key, class Less, class CopyOf>
-void BList<T>::SortByKeys(const std::vector<Key>& keys, Less less, CopyOf copyOf) {
-    const std::size_t n = keys.size();
+template <class Renew>
+void BList<T>::ApplyOrder(const std::vector<std::uint32_t>& order, Renew renew) {
+    const std::size_t n = order.size();
     std::vector<Node*> nodes;
     nodes.reserve(n);
     for (Node* node = NodeAt(GetHeadPosition()); node; node = node->next)
         nodes.push_back(node);
     B_ASSERT(nodes.size() == n);
-
-    std::vector<std::size_t> order(n);
-    for (std::size_t i = 0; i < n; ++i)
-        order[i] = i;
-    std::stable_sort(order.begin(), order.end(),
-                     [&](std::size_t a, std::size_t b) { return less(keys[a], keys[b]); });
 
     // The selection leaves an element in its node only when nothing before it in the list is
     // larger: those elements have ranks above the running maximum of the ranks before them.
@@ -267,22 +261,24 @@ void BList<T>::SortByKeys(const std::vector<Key>& keys, Less less, CopyOf copyOf
         highest = std::max(highest, rank[i]);
     }
 
-    // Moved elements are re-created in sorted order, each directly before the first kept node that
-    // sorts after it (or at the end); their old nodes go as soon as the copy exists.
-    std::size_t anchorRank = 0;
+    // Moved elements take their numbers in sorted order; then the chain is relinked in sorted order
+    // in one pass.
     for (std::size_t r = 0; r < n; ++r) {
         const std::size_t i = order[r];
         if (kept[i])
             continue;
-        if (anchorRank <= r)
-            for (anchorRank = r + 1; anchorRank < n && !kept[order[anchorRank]]; ++anchorRank) {
-            }
-        Node* old = nodes[i];
-        if (anchorRank < n)
-            InsertBefore(PositionOf(nodes[order[anchorRank]]), copyOf(old->value));
-        else
-            AddTail(copyOf(old->value));
-        RemoveAt(PositionOf(old));
+        renew(i, nodes[i]->value);
+        nodes[i]->id = m_nextId;
+        m_nextId = m_nextId == 0xFFFFFFFFu ? 1u : m_nextId + 1u;
+    }
+    for (std::size_t r = 0; r < n; ++r) {
+        Node* node = nodes[order[r]];
+        node->prev = r == 0 ? nullptr : nodes[order[r - 1]];
+        node->next = r + 1 == n ? nullptr : nodes[order[r + 1]];
+    }
+    if (n != 0) {
+        m_head = nodes[order[0]];
+        m_tail = nodes[order[n - 1]];
     }
 }
 

@@ -1,7 +1,9 @@
 #include "base/StrList.h"
 
 #include "base/BFilename.h"
+#include "base/internal/SortOrder.h"
 
+#include <utility>
 #include <vector>
 
 __POSITION* StrList::Find(const char* text) {
@@ -35,23 +37,18 @@ void StrList::Combine(StrList& other, int unique) {
 }
 
 void StrList::Sort() {
-    Node* head = NodeAt(GetHeadPosition());
+    // Each element is parsed once: its file name is its key, and its storage string is what a
+    // moved element becomes.
     BFilename parsed;
-    std::vector<Str> keys;
-    keys.reserve(m_count);
-    for (Node* node = head; node; node = node->next) {
+    StrImplementation::CaseOrder keys(m_count);
+    std::vector<Str> storage;
+    storage.reserve(m_count);
+    for (Node* node = NodeAt(GetHeadPosition()); node; node = node->next) {
         parsed.SetStorageString(node->value);
-        keys.push_back(parsed.GetFileName());
+        keys.Add(parsed.GetFileName());
+        storage.push_back(parsed.GetStorageString());
     }
-    Str moved;
-    SortByKeys(
-        keys,
-        [](const Str& a, const Str& b) { return StrImplementation::STR_stricmp_ex(a, b) < 0; },
-        [&](Str& old) -> Str& {
-            parsed.SetStorageString(old);
-            moved = parsed.GetStorageString();
-            return moved;
-        });
+    ApplyOrder(keys.Order(), [&](std::size_t i, Str& moved) { moved = std::move(storage[i]); });
 }
 
 void SortStringList(StrList* list) {

@@ -5,7 +5,9 @@
 // byte as an unsigned char; ordering compares bytes as signed chars, so bytes 128-255 sort before
 // the ASCII range.
 #include "base/Str.h"
+#include "base/internal/SortOrder.h"
 
+#include <algorithm>
 #include <cctype>
 #include <climits>
 #include <clocale>
@@ -310,6 +312,47 @@ int STR_strnicmp(const char* a, const char* b, int n) {
             return SignedOrder(ua, ub);
     }
     return 0;
+}
+
+// Folded bytes: the upper-case mapping as a signed char, moved to unsigned order. Folded keys
+// compare with memcmp, a shorter key first when one is a prefix of the other, exactly as
+// STR_stricmp compares the keys; their first 8 bytes, packed big-endian, settle most comparisons in
+// one step.
+CaseOrder::CaseOrder(std::size_t expected) {
+    entries_.reserve(expected);
+    folded_.reserve(expected * 32);
+}
+
+void CaseOrder::Add(const char* key) {
+    if (!key)
+        key = "";
+    const CaseMap map(true);
+    const std::size_t length = std::strlen(key), offset = folded_.size();
+    folded_.resize(offset + length);
+    unsigned char* out = folded_.data() + offset;
+    std::uint64_t head = 0;
+    for (std::size_t j = 0; j < length; ++j) {
+        out[j] = static_cast<unsigned char>(UpperForOrdering(map, key[j])) ^ 0x80u;
+        if (j < 8)
+            head |= static_cast<std::uint64_t>(out[j]) << (56 - 8 * j);
+    }
+    entries_.push_back({head, offset, length, static_cast<std::uint32_t>(entries_.size())});
+}
+
+std::vector<std::uint32_t> CaseOrder::Order() {
+    const unsigned char* base = folded_.data();
+    std::stable_sort(entries_.begin(), entries_.end(), [base](const Entry& a, const Entry& b) {
+        if (a.head != b.head)
+            return a.head < b.head;
+        const std::size_t common = a.length < b.length ? a.length : b.length;
+        const int r =
+            common > 8 ? std::memcmp(base + a.offset + 8, base + b.offset + 8, common - 8) : 0;
+        return r != 0 ? r < 0 : a.length < b.length;
+    });
+    std::vector<std::uint32_t> order(entries_.size());
+    for (std::size_t r = 0; r < order.size(); ++r)
+        order[r] = entries_[r].index;
+    return order;
 }
 
 // --- Case conversion -----------------------------------------------------------------------
