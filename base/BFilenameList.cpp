@@ -6,11 +6,19 @@
 
 void BFilenameList::Sort() {
     StrImplementation::CaseOrder keys(m_count);
-    for (Node* node = NodeAt(GetHeadPosition()); node; node = node->next)
-        keys.Add(node->value.GetStorageString());
+    std::vector<Node*> nodes;
+    nodes.reserve(m_count);
+    // The key is the storage string, folded straight from the five components.
+    for (Node* node = NodeAt(GetHeadPosition()); node; node = node->next) {
+        nodes.push_back(node);
+        const BFilename& f = node->value;
+        const Str* const parts[] = {&f.m_Directory, &f.m_ZipName, &f.m_ZipPath, &f.m_FileName,
+                                    &f.m_DiskName};
+        keys.AddJoined(parts, 5, '\t');
+    }
     // A moved element is what operator= copies of it: the same components, property list and
     // data, with the default delimiters and an empty tag.
-    ApplyOrder(keys.Order(), [](std::size_t, BFilename& moved) {
+    ApplyOrder(nodes, keys.Order(), [](std::size_t, BFilename& moved) {
         moved.BFilenameHelper();
         moved.m_tag.Initialize();
     });

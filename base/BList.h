@@ -88,7 +88,10 @@ protected:
     // sorts before it. Every other element is moved: it takes the next number, in sorted order, as
     // a new node would, and renew(index, value) makes its value what the moved copy holds. Its
     // storage is reused, so a sort allocates nothing per element.
-    template <class Renew> void ApplyOrder(const std::vector<std::uint32_t>& order, Renew renew);
+    // nodes are the list's nodes from head to tail.
+    template <class Renew>
+    void ApplyOrder(const std::vector<Node*>& nodes, const std::vector<std::uint32_t>& order,
+                    Renew renew);
 
     static Node* NodeAt(__POSITION* pos) { return reinterpret_cast<Node*>(pos); }
     static __POSITION* PositionOf(Node* node) { return reinterpret_cast<__POSITION*>(node); }
@@ -241,38 +244,34 @@ template <class T> std::uint32_t BList<T>::GetCount() const {
 
 template <class T>
 template <class Renew>
-void BList<T>::ApplyOrder(const std::vector<std::uint32_t>& order, Renew renew) {
+void BList<T>::ApplyOrder(const std::vector<Node*>& nodes, const std::vector<std::uint32_t>& order,
+                          Renew renew) {
     const std::size_t n = order.size();
-    std::vector<Node*> nodes;
-    nodes.reserve(n);
-    for (Node* node = NodeAt(GetHeadPosition()); node; node = node->next)
-        nodes.push_back(node);
-    B_ASSERT(nodes.size() == n);
+    B_ASSERT(nodes.size() == n && n == m_count);
 
     // The selection leaves an element in its node only when nothing before it in the list is
-    // larger: those elements have ranks above the running maximum of the ranks before them.
-    std::vector<std::size_t> rank(n);
-    for (std::size_t r = 0; r < n; ++r)
-        rank[order[r]] = r;
-    std::vector<bool> kept(n);
-    std::size_t highest = 0;
-    for (std::size_t i = 0; i < n; ++i) {
-        kept[i] = i == 0 || rank[i] > highest;
-        highest = std::max(highest, rank[i]);
+    // larger, that is when every element of a higher rank comes later in the list: its index is
+    // below the smallest index of the ranks above it.
+    std::vector<bool> keptAt(n); // by rank
+    for (std::size_t r = n, lowest = n; r-- > 0;) {
+        keptAt[r] = order[r] < lowest;
+        lowest = std::min<std::size_t>(lowest, order[r]);
     }
 
-    // Moved elements take their numbers in sorted order; then the chain is relinked in sorted order
-    // in one pass.
-    for (std::size_t r = 0; r < n; ++r) {
-        const std::size_t i = order[r];
-        if (kept[i])
-            continue;
-        renew(i, nodes[i]->value);
-        nodes[i]->id = m_nextId;
-        m_nextId = m_nextId == 0xFFFFFFFFu ? 1u : m_nextId + 1u;
-    }
+    // Moved elements are renewed in list order, which walks memory as the list was built; then one
+    // pass in sorted order gives them their numbers and relinks the chain.
+    std::vector<bool> moved(n); // by index
+    for (std::size_t r = 0; r < n; ++r)
+        moved[order[r]] = !keptAt[r];
+    for (std::size_t i = 0; i < n; ++i)
+        if (moved[i])
+            renew(i, nodes[i]->value);
     for (std::size_t r = 0; r < n; ++r) {
         Node* node = nodes[order[r]];
+        if (!keptAt[r]) {
+            node->id = m_nextId;
+            m_nextId = m_nextId == 0xFFFFFFFFu ? 1u : m_nextId + 1u;
+        }
         node->prev = r == 0 ? nullptr : nodes[order[r - 1]];
         node->next = r + 1 == n ? nullptr : nodes[order[r + 1]];
     }

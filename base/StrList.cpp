@@ -3,7 +3,7 @@
 #include "base/BFilename.h"
 #include "base/internal/SortOrder.h"
 
-#include <utility>
+#include <cstring>
 #include <vector>
 
 __POSITION* StrList::Find(const char* text) {
@@ -37,18 +37,29 @@ void StrList::Combine(StrList& other, int unique) {
 }
 
 void StrList::Sort() {
-    // Each element is parsed once: its file name is its key, and its storage string is what a
-    // moved element becomes.
+    // Each element's text is parsed once: the file name is its key, and the storage string, kept
+    // in one shared buffer, is what the element becomes if it moves. A moved element's storage
+    // string is written into its own block where it fits, so the sort takes little fresh memory.
     BFilename parsed;
     StrImplementation::CaseOrder keys(m_count);
-    std::vector<Str> storage;
-    storage.reserve(m_count);
+    std::vector<Node*> nodes;
+    nodes.reserve(m_count);
+    // Reserved generously: pages never written are never touched.
+    std::vector<char> storage;
+    storage.reserve(static_cast<std::size_t>(m_count) * 64);
+    std::vector<std::size_t> at;
+    at.reserve(m_count);
     for (Node* node = NodeAt(GetHeadPosition()); node; node = node->next) {
+        nodes.push_back(node);
         parsed.SetStorageString(node->value);
         keys.Add(parsed.GetFileName());
-        storage.push_back(parsed.GetStorageString());
+        const Str text = parsed.GetStorageString();
+        const char* p = text;
+        at.push_back(storage.size());
+        storage.insert(storage.end(), p, p + std::strlen(p) + 1);
     }
-    ApplyOrder(keys.Order(), [&](std::size_t i, Str& moved) { moved = std::move(storage[i]); });
+    ApplyOrder(nodes, keys.Order(),
+               [&](std::size_t i, Str& moved) { moved.Copy_Native(storage.data() + at[i]); });
 }
 
 void SortStringList(StrList* list) {

@@ -237,6 +237,14 @@ private:
     long nextAt_[2] = {-1, -1};
 };
 
+// The 8 bytes at p as one number whose order is theirs as a byte string.
+std::uint64_t BigEndian8(const unsigned char* p) {
+    std::uint64_t v = 0;
+    for (int i = 0; i < 8; ++i)
+        v = v << 8 | p[i];
+    return v;
+}
+
 // Whole-text number check: the parse must have consumed every character of the text.
 template <typename T> T CheckNumber(const Str& s, const char* end, T value, signed char* failed) {
     const char* text = s;
@@ -320,35 +328,85 @@ int STR_strnicmp(const char* a, const char* b, int n) {
 // one step.
 CaseOrder::CaseOrder(std::size_t expected) {
     entries_.reserve(expected);
-    folded_.reserve(expected * 32);
+    offsets_.reserve(expected);
+    // Generous, so that the keys are not copied as they grow: pages never written are never
+    // touched.
+    folded_.reserve(expected * 64);
+}
+
+void CaseOrder::Fold(const char* text, std::size_t n) {
+    const CaseMap map(true);
+    const std::size_t at = folded_.size();
+    folded_.resize(at + n);
+    unsigned char* out = folded_.data() + at;
+    for (std::size_t j = 0; j < n; ++j)
+        out[j] = static_cast<unsigned char>(UpperForOrdering(map, text[j])) ^ 0x80u;
+}
+
+void CaseOrder::Close(std::size_t offset) {
+    const std::size_t length = folded_.size() - offset;
+    // Keys are the texts of strings, whose lengths are ints; the element count is 32-bit too.
+    if (length > UINT32_MAX || entries_.size() >= UINT32_MAX)
+        throw std::bad_alloc();
+    std::uint64_t head = 0, next = 0;
+    for (std::size_t j = 0; j < length && j < 8; ++j)
+        head |= static_cast<std::uint64_t>(folded_[offset + j]) << (56 - 8 * j);
+    for (std::size_t j = 8; j < length && j < 16; ++j)
+        next |= static_cast<std::uint64_t>(folded_[offset + j]) << (56 - 8 * (j - 8));
+    entries_.push_back({head, next, static_cast<std::uint32_t>(entries_.size()),
+                        static_cast<std::uint32_t>(length)});
+    offsets_.push_back(offset);
 }
 
 void CaseOrder::Add(const char* key) {
-    if (!key)
-        key = "";
-    const CaseMap map(true);
-    const std::size_t length = std::strlen(key), offset = folded_.size();
-    folded_.resize(offset + length);
-    unsigned char* out = folded_.data() + offset;
-    std::uint64_t head = 0;
-    for (std::size_t j = 0; j < length; ++j) {
-        out[j] = static_cast<unsigned char>(UpperForOrdering(map, key[j])) ^ 0x80u;
-        if (j < 8)
-            head |= static_cast<std::uint64_t>(out[j]) << (56 - 8 * j);
+    const std::size_t offset = folded_.size();
+    if (key)
+        Fold(key, std::strlen(key));
+    Close(offset);
+}
+
+void CaseOrder::AddJoined(const Str* const* parts, int count, char separator) {
+    const std::size_t offset = folded_.size();
+    for (int i = 0; i < count; ++i) {
+        if (i > 0) {
+            if (separator == 0)
+                break;
+            Fold(&separator, 1);
+        }
+        const std::size_t length = static_cast<std::size_t>(parts[i]->GetLength());
+        const std::size_t n = strnlen(*parts[i], length);
+        Fold(*parts[i], n);
+        if (n < length)
+            break;
     }
-    entries_.push_back({head, offset, length, static_cast<std::uint32_t>(entries_.size())});
+    Close(offset);
 }
 
 std::vector<std::uint32_t> CaseOrder::Order() {
     const unsigned char* base = folded_.data();
-    std::stable_sort(entries_.begin(), entries_.end(), [base](const Entry& a, const Entry& b) {
-        if (a.head != b.head)
-            return a.head < b.head;
-        const std::size_t common = a.length < b.length ? a.length : b.length;
-        const int r =
-            common > 8 ? std::memcmp(base + a.offset + 8, base + b.offset + 8, common - 8) : 0;
-        return r != 0 ? r < 0 : a.length < b.length;
-    });
+    const std::size_t* offsets = offsets_.data();
+    std::stable_sort(entries_.begin(), entries_.end(),
+                     [base, offsets](const Entry& a, const Entry& b) {
+                         if (a.head != b.head)
+                             return a.head < b.head;
+                         if (a.next != b.next)
+                             return a.next < b.next;
+                         // Equal heads: keys that share a long beginning (a folder) are compared 8
+                         // bytes at a time.
+                         const std::size_t common = a.length < b.length ? a.length : b.length;
+                         const unsigned char* p = base + offsets[a.index];
+                         const unsigned char* q = base + offsets[b.index];
+                         std::size_t at = 16;
+                         for (; at + 8 <= common; at += 8) {
+                             const std::uint64_t x = BigEndian8(p + at), y = BigEndian8(q + at);
+                             if (x != y)
+                                 return x < y;
+                         }
+                         for (; at < common; ++at)
+                             if (p[at] != q[at])
+                                 return p[at] < q[at];
+                         return a.length < b.length;
+                     });
     std::vector<std::uint32_t> order(entries_.size());
     for (std::size_t r = 0; r < order.size(); ++r)
         order[r] = entries_[r].index;

@@ -22,8 +22,8 @@ Texts Paths(BFilenameList& list, bool full = false) {
         f.m_metaData.GetData("i", i);
         const Str text = full ? f.GetStorageString() : f.GetPath();
         // A moved element is a copy: default delimiters and an empty tag.
-        const std::string copied = std::string(" ") + f.OSDelimiter(0) +
-                                   std::to_string(f.m_tag.m_size);
+        const std::string copied =
+            std::string(" ") + f.OSDelimiter(0) + std::to_string(f.m_tag.m_size);
         out.push_back((full ? std::to_string(node->id) + " " : "") +
                       static_cast<const char*>(text) +
                       (full ? " " + std::to_string(i) + copied : ""));

@@ -1,6 +1,7 @@
 // Searching, tokenising, replacing, case conversion, the orderings and the number parsers: a
 // seeded differential run of the searches against std::string, and tables for the sharp edges.
 #include "base/StrTestProbe.h"
+#include "base/internal/SortOrder.h"
 
 #include "support/Testing.h"
 
@@ -219,6 +220,32 @@ TEST(StrCompare, OrderingTable) {
     EXPECT_EQ(STR_strnicmp("abcX", "ABCy", 3), 0);
     EXPECT_EQ(STR_strnicmp("ab", "ab\xC8", 3), 1) << "the end (0) orders after a negative byte";
     EXPECT_EQ(STR_stricmp_ex(nullptr, "a"), -1);
+}
+
+// The order the list sorts use, against a stable sort with the comparison itself: keys sharing
+// long beginnings, differing in case or only in length, with bytes above 127 and empty keys.
+TEST(StrCompare, CaseOrderIsTheStableOrderOfStricmp) {
+    const unsigned seed = strtest::Seed(31337u);
+    SCOPED_TRACE("seed " + std::to_string(seed) + " (rerun with STR_TEST_SEED)");
+    std::mt19937 rng(seed);
+    static const char* const pieces[] = {"",     "a",    "A",  "/Volumes/Backup/", "\t",
+                                         "\xe9", "\x80", "zZ", "/Volumes/backup/"};
+    for (int round = 0; round < 300 && !::testing::Test::HasFailure(); ++round) {
+        std::vector<std::string> keys(rng() % 40);
+        for (std::string& key : keys)
+            for (unsigned n = rng() % 6; n > 0; --n)
+                key += pieces[rng() % 9];
+        StrImplementation::CaseOrder order(keys.size());
+        std::vector<std::uint32_t> expected(keys.size());
+        for (std::uint32_t i = 0; i < keys.size(); ++i) {
+            order.Add(keys[i].c_str());
+            expected[i] = i;
+        }
+        std::stable_sort(expected.begin(), expected.end(), [&](std::uint32_t a, std::uint32_t b) {
+            return STR_stricmp_ex(keys[a].c_str(), keys[b].c_str()) < 0;
+        });
+        EXPECT_EQ(order.Order(), expected) << "round " << round;
+    }
 }
 
 TEST(StrNumber, StrtolBasesAndWrapping) {
