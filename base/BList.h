@@ -263,10 +263,18 @@ void BList<T>::ApplyOrder(const std::vector<Node*>& nodes, const std::vector<std
     std::vector<bool> moved(n); // by index
     for (std::size_t r = 0; r < n; ++r)
         moved[order[r]] = !keptAt[r];
-    for (std::size_t i = 0; i < n; ++i)
+    // A list of many elements is spread over memory: the nodes a few steps ahead are fetched
+    // while the present one is worked on.
+    constexpr std::size_t kAhead = 8;
+    for (std::size_t i = 0; i < n; ++i) {
+        if (i + kAhead < n)
+            __builtin_prefetch(nodes[i + kAhead]);
         if (moved[i])
             renew(i, nodes[i]->value);
+    }
     for (std::size_t r = 0; r < n; ++r) {
+        if (r + kAhead < n)
+            __builtin_prefetch(nodes[order[r + kAhead]], 1);
         Node* node = nodes[order[r]];
         if (!keptAt[r]) {
             node->id = m_nextId;
