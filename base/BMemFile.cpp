@@ -144,15 +144,6 @@ void BMemFile::SetGrowBy(unsigned int growBy) {
     m_growBy = growBy;
 }
 
-unsigned int BMemFile::Read(void* lpBuf, unsigned int n) {
-    B_ASSERT(lpBuf);
-    unsigned int count = std::min(n, m_length - m_position);
-    if (count != 0)
-        std::memcpy(lpBuf, m_buffer + m_position, count);
-    m_position += count;
-    return count;
-}
-
 int BMemFile::WriteGrowing(const void* lpBuf, unsigned int n) {
     unsigned int room = m_capacity - m_position;
     if (room < n) {

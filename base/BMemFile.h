@@ -63,7 +63,15 @@ public:
 
     // Copies up to n bytes from the position into lpBuf (must not be null) and advances the
     // position by the count copied, which is returned; 0 at the end of the data.
-    unsigned int Read(void* lpBuf, unsigned int n);
+    unsigned int Read(void* lpBuf, unsigned int n) {
+        B_ASSERT(lpBuf);
+        const unsigned int left = m_position <= m_length ? m_length - m_position : 0;
+        const unsigned int count = n < left ? n : left;
+        if (count != 0)
+            std::memcpy(lpBuf, m_buffer + m_position, count);
+        m_position += count;
+        return count;
+    }
     // Typed reads of 4 and 2 bytes. The destination is assigned only when at least one byte was
     // read; bytes beyond the end of the data count as zero. Return the number of bytes read.
     // Inline while the 4 bytes are there, the common case of a record being read.
