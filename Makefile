@@ -41,14 +41,17 @@ test: deps
 		echo "fuzz smoke pass skipped: clang++ with the libFuzzer runtime (libclang-rt-14-dev) is not installed"; \
 	fi
 
-# Benchmarks: every program runs BENCH_REPS times (the report takes medians, since the machine may
-# be busy), keeps its JSON in the build folder, and scripts/bench-report prints every pair's ratio
-# against its goal and writes them to $(BUILD)/bench/ratios.csv; bench-chart draws that file.
+# Benchmarks: every program runs BENCH_REPS times (the report takes each side's fastest run, since
+# the machine may be busy), keeps its JSON in the build folder, and scripts/bench-report prints
+# every pair's ratio against its goal and writes them to $(BUILD)/bench/ratios.csv; bench-chart
+# draws that file with gnuplot.
 BENCH_PROGRAMS := $(basename $(notdir $(wildcard bench/*.cpp)))
 BENCH_REPS     ?= 3
 BENCH_CSV      := $(BUILD)/bench/ratios.csv
+BENCH_PACKAGES := gnuplot-nox
 
 bench: deps
+	@./scripts/install-deps $(BENCH_PACKAGES)
 	$(CMAKE) -S . -B $(BUILD_BENCH) -DCMAKE_BUILD_TYPE=Release -DBKGCOLORS_TESTS=OFF -DBKGCOLORS_BENCH=ON
 	$(CMAKE) --build $(BUILD_BENCH) -j$(JOBS) --target $(BENCH_PROGRAMS)
 	@for b in $(BENCH_PROGRAMS); do \
@@ -61,7 +64,7 @@ bench: deps
 
 # The chart of the last `make bench`: each pair's ratio beside its goal.
 bench-chart:
-	@./scripts/install-deps gnuplot-nox
+	@./scripts/install-deps $(BENCH_PACKAGES)
 	@test -f $(BENCH_CSV) || { echo "no $(BENCH_CSV): run make bench first"; exit 1; }
 	./scripts/bench-chart $(BENCH_CSV) $(BUILD)/bench/ratios.png
 
