@@ -3,6 +3,7 @@
 #include "base/BFilename.h"
 #include "base/internal/SortOrder.h"
 
+#include <algorithm>
 #include <cstring>
 #include <vector>
 
@@ -44,9 +45,10 @@ void StrList::Sort() {
     StrImplementation::CaseOrder keys(m_count);
     std::vector<Node*> nodes;
     nodes.reserve(m_count);
-    // Reserved generously: pages never written are never touched.
+    // Reserved generously, so that the texts are rarely copied as they grow (pages never written
+    // are never touched), but bounded, since this is only a hint.
     std::vector<char> storage;
-    storage.reserve(static_cast<std::size_t>(m_count) * 64);
+    storage.reserve(std::min<std::size_t>(m_count, std::size_t{1} << 20) * 64);
     std::vector<std::size_t> at;
     at.reserve(m_count);
     for (Node* node = NodeAt(GetHeadPosition()); node; node = node->next)

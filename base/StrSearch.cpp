@@ -322,6 +322,9 @@ int STR_strnicmp(const char* a, const char* b, int n) {
     return 0;
 }
 
+// Keys whose folded bytes are reserved up front, at most.
+constexpr std::size_t kReserveKeys = std::size_t{1} << 20;
+
 // Folded bytes: the upper-case mapping as a signed char, moved to unsigned order. Folded keys
 // compare with memcmp, a shorter key first when one is a prefix of the other, exactly as
 // STR_stricmp compares the keys; their first 8 bytes, packed big-endian, settle most comparisons in
@@ -329,9 +332,9 @@ int STR_strnicmp(const char* a, const char* b, int n) {
 CaseOrder::CaseOrder(std::size_t expected) {
     entries_.reserve(expected);
     offsets_.reserve(expected);
-    // Generous, so that the keys are not copied as they grow: pages never written are never
-    // touched.
-    folded_.reserve(expected * 64);
+    // Generous, so that the keys are rarely copied as they grow (pages never written are never
+    // touched), but bounded, since this is only a hint.
+    folded_.reserve(std::min<std::size_t>(expected, kReserveKeys) * 64);
 }
 
 void CaseOrder::Fold(const char* text, std::size_t n) {
