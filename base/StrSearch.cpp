@@ -322,19 +322,21 @@ int STR_strnicmp(const char* a, const char* b, int n) {
     return 0;
 }
 
-// Keys whose folded bytes are reserved up front, at most.
+// Keys whose folded tails are reserved up front, at most.
 constexpr std::size_t kReserveKeys = std::size_t{1} << 20;
+// Folded bytes an entry holds itself; only a longer key keeps the rest in folded_.
+constexpr std::size_t kInEntry = 16;
 
 // Folded bytes: the upper-case mapping as a signed char, moved to unsigned order. Folded keys
 // compare with memcmp, a shorter key first when one is a prefix of the other, exactly as
-// STR_stricmp compares the keys; their first 8 bytes, packed big-endian, settle most comparisons in
-// one step.
+// STR_stricmp compares the keys. An entry holds the first 16 folded bytes as two big-endian
+// numbers, which settle most comparisons; the tails of longer keys wait in folded_.
 CaseOrder::CaseOrder(std::size_t expected) {
     entries_.reserve(expected);
     offsets_.reserve(expected);
-    // Generous, so that the keys are rarely copied as they grow (pages never written are never
+    // Generous, so that the tails are rarely copied as they grow (pages never written are never
     // touched), but bounded, since this is only a hint.
-    folded_.reserve(std::min<std::size_t>(expected, kReserveKeys) * 64);
+    folded_.reserve(std::min<std::size_t>(expected, kReserveKeys) * 32);
 }
 
 void CaseOrder::Fold(const char* text, std::size_t n) {
@@ -348,17 +350,24 @@ void CaseOrder::Fold(const char* text, std::size_t n) {
 
 void CaseOrder::Close(std::size_t offset) {
     const std::size_t length = folded_.size() - offset;
-    // Keys are the texts of strings, whose lengths are ints; the element count is 32-bit too.
-    if (length > UINT32_MAX || entries_.size() >= UINT32_MAX)
+    // Keys are the texts of strings, whose lengths are ints; the element count is 32-bit too, and
+    // so are the offsets of the tails.
+    if (length > UINT32_MAX || entries_.size() >= UINT32_MAX || offset > UINT32_MAX)
         throw std::bad_alloc();
+    unsigned char* key = folded_.data() + offset;
     std::uint64_t head = 0, next = 0;
     for (std::size_t j = 0; j < length && j < 8; ++j)
-        head |= static_cast<std::uint64_t>(folded_[offset + j]) << (56 - 8 * j);
-    for (std::size_t j = 8; j < length && j < 16; ++j)
-        next |= static_cast<std::uint64_t>(folded_[offset + j]) << (56 - 8 * (j - 8));
+        head |= static_cast<std::uint64_t>(key[j]) << (56 - 8 * j);
+    for (std::size_t j = 8; j < length && j < kInEntry; ++j)
+        next |= static_cast<std::uint64_t>(key[j]) << (56 - 8 * (j - 8));
     entries_.push_back({head, next, static_cast<std::uint32_t>(entries_.size()),
                         static_cast<std::uint32_t>(length)});
-    offsets_.push_back(offset);
+    offsets_.push_back(static_cast<std::uint32_t>(offset));
+    // Only the tail stays.
+    const std::size_t tail = length > kInEntry ? length - kInEntry : 0;
+    if (tail != 0)
+        std::memmove(key, key + kInEntry, tail);
+    folded_.resize(offset + tail);
 }
 
 void CaseOrder::Add(const char* key) {
@@ -387,29 +396,32 @@ void CaseOrder::AddJoined(const Str* const* parts, int count, char separator) {
 
 std::vector<std::uint32_t> CaseOrder::Order() {
     const unsigned char* base = folded_.data();
-    const std::size_t* offsets = offsets_.data();
-    std::stable_sort(entries_.begin(), entries_.end(),
-                     [base, offsets](const Entry& a, const Entry& b) {
-                         if (a.head != b.head)
-                             return a.head < b.head;
-                         if (a.next != b.next)
-                             return a.next < b.next;
-                         // Equal heads: keys that share a long beginning (a folder) are compared 8
-                         // bytes at a time.
-                         const std::size_t common = a.length < b.length ? a.length : b.length;
-                         const unsigned char* p = base + offsets[a.index];
-                         const unsigned char* q = base + offsets[b.index];
-                         std::size_t at = 16;
-                         for (; at + 8 <= common; at += 8) {
-                             const std::uint64_t x = BigEndian8(p + at), y = BigEndian8(q + at);
-                             if (x != y)
-                                 return x < y;
-                         }
-                         for (; at < common; ++at)
-                             if (p[at] != q[at])
-                                 return p[at] < q[at];
-                         return a.length < b.length;
-                     });
+    const std::uint32_t* offsets = offsets_.data();
+    // Equal keys are ordered by their index, which makes the order total: an in-place sort then
+    // gives the stable order without a merge buffer.
+    std::sort(entries_.begin(), entries_.end(), [base, offsets](const Entry& a, const Entry& b) {
+        if (a.head != b.head)
+            return a.head < b.head;
+        if (a.next != b.next)
+            return a.next < b.next;
+        // Equal beginnings: the tails of keys that share a long one (a folder)
+        // are compared 8 bytes at a time.
+        if (a.length <= kInEntry || b.length <= kInEntry)
+            return a.length != b.length ? a.length < b.length : a.index < b.index;
+        const std::size_t common = (a.length < b.length ? a.length : b.length) - kInEntry;
+        const unsigned char* p = base + offsets[a.index];
+        const unsigned char* q = base + offsets[b.index];
+        std::size_t at = 0;
+        for (; at + 8 <= common; at += 8) {
+            const std::uint64_t x = BigEndian8(p + at), y = BigEndian8(q + at);
+            if (x != y)
+                return x < y;
+        }
+        for (; at < common; ++at)
+            if (p[at] != q[at])
+                return p[at] < q[at];
+        return a.length != b.length ? a.length < b.length : a.index < b.index;
+    });
     std::vector<std::uint32_t> order(entries_.size());
     for (std::size_t r = 0; r < order.size(); ++r)
         order[r] = entries_[r].index;

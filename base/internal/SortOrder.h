@@ -34,11 +34,11 @@ private:
     struct Entry {
         std::uint64_t head;   // the first 8 folded bytes, big-endian, zero-padded
         std::uint64_t next;   // the 8 after them
-        std::uint32_t index;  // of the element, and of its folded bytes' offset in offsets_
+        std::uint32_t index;  // of the element, and of its tail's offset in offsets_
         std::uint32_t length; // of the folded key
     };
-    std::vector<unsigned char> folded_;
-    std::vector<std::size_t> offsets_;
+    std::vector<unsigned char> folded_; // the folded bytes of each key beyond the 16th
+    std::vector<std::uint32_t> offsets_;
     std::vector<Entry> entries_;
 };
 
