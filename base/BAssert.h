@@ -2,7 +2,9 @@
 // list that must not be empty). A failed check prints one line naming the function, the stem of
 // the source file (BList, LinkedList, BMemFile), the line and the failed expression, then aborts.
 // It is always compiled in: these are programming errors that must stop the program, not debug
-// aids. Checks of `this` are kept by building the library with -fno-delete-null-pointer-checks.
+// aids. Checks of `this` are kept by -fno-delete-null-pointer-checks, which the library's exported
+// targets and pkg-config file pass on to every program built against it, since the templates that
+// check `this` are compiled in those programs.
 #pragma once
 
 namespace BAssertDetail {

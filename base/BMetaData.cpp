@@ -37,17 +37,14 @@ short TableIndex(BMemFile& file, const BMetaData& item) {
     return index;
 }
 
-// Copies up to size bytes of the text at index in the read table of file into data. Without a
-// table, with a negative index or a null entry the data keeps its zero bytes; the copy stops after
-// the entry's terminating zero, so a short entry is never overrun.
-void CopyTableEntry(BMemFile& file, short index, unsigned char* data, unsigned int size) {
+// The text at index in the read table of file; null without a table, for a negative index or a
+// null entry.
+const char* TableEntry(BMemFile& file, short index) {
     void* stored = nullptr;
     file.m_metaData.GetData(kReadTableTag, &stored);
     if (stored == nullptr || index < 0)
-        return;
-    const char* entry = static_cast<const char* const*>(stored)[index];
-    if (entry != nullptr)
-        std::memcpy(data, entry, TextLength(entry, size));
+        return nullptr;
+    return static_cast<const char* const*>(stored)[index];
 }
 
 } // namespace
@@ -113,17 +110,24 @@ int BMetaData::CompareData(const unsigned char* p, unsigned int n) const {
 int BMetaData::Read(BMemFile& file, short mode) {
     unsigned int size = 0;
     int count = file.Read(size);
-    unsigned int remaining = file.m_length - file.m_position;
-    if (std::uint64_t{size} > std::uint64_t{remaining} + kMaxMissingBytes)
-        size = remaining;
-    CreateDataBuff(size);
     if (mode & kTagTableMode) {
         short index = 0;
         count = file.Read(index);
-        if (count > 0)
-            CopyTableEntry(file, index, GetDataPtr(), size);
+        const char* text = count > 0 ? TableEntry(file, index) : nullptr;
+        // The tag's bytes come from the table, so its size is measured against the table's text,
+        // not against what is left of the stream.
+        const std::uint64_t supplied = text != nullptr ? std::strlen(text) + 1 : 0;
+        if (std::uint64_t{size} > supplied + kMaxMissingBytes)
+            size = static_cast<unsigned int>(supplied + kMaxMissingBytes);
+        CreateDataBuff(size);
+        if (text != nullptr)
+            std::memcpy(GetDataPtr(), text, TextLength(text, size));
         return count;
     }
+    const unsigned int remaining = file.m_length - file.m_position;
+    if (std::uint64_t{size} > std::uint64_t{remaining} + kMaxMissingBytes)
+        size = remaining;
+    CreateDataBuff(size);
     if (size != 0)
         count = static_cast<int>(file.Read(GetDataPtr(), size));
     return count;

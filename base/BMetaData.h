@@ -69,9 +69,11 @@ public:
     // kMaxMissingBytes beyond the end of the stream is not believed: the item keeps only the bytes
     // that remain, so a corrupt size cannot make the item larger than its stream. In tag-table
     // form (mode & kTagTableMode) S is followed by a 2-byte index into the array of text pointers
-    // stored under "GlobalMetaTableFast" in file's property list; up to S bytes of that text are
-    // copied. No array, no index or a negative index leaves S zero bytes; an index past the array's
-    // end is not detected. Returns the byte count of the last transfer.
+    // stored under "GlobalMetaTableFast" in file's property list, and up to S bytes of that text
+    // are copied: there S is measured against the text (a tag of any length reads back whole),
+    // and cut only where it claims more than kMaxMissingBytes past the text's zero byte. No array,
+    // no index or a negative index leaves zero bytes; an index past the array's end is not
+    // detected. Returns the byte count of the last transfer.
     int Read(BMemFile& file, short mode);
     // Writes an item record: the 4-byte size, then the bytes. In tag-table form the bytes are
     // replaced by the 2-byte index of the text in the table under "GlobalMetaTable" in file's

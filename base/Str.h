@@ -83,7 +83,9 @@ char* STR_CsCopyCore(Str* dst, Str const& src);
 void* STR_malloc(unsigned long size);
 void STR_free(void* p);
 
-// Orderings on zero-terminated strings, each giving -1, 0 or 1; bytes order as signed chars.
+// Orderings on zero-terminated strings, each giving -1, 0 or 1; a null pointer reads as "".
+// The exact ordering compares bytes as unsigned values, as strcmp does; the case-insensitive ones
+// compare the upper-cased bytes as signed chars, so bytes from 0x80 sort before ASCII there.
 int STR_strcmp_ex(const char* a, const char* b);
 int STR_stricmp(const char* a, const char* b);
 int STR_stricmp_ex(const char* a, const char* b);

@@ -1,14 +1,16 @@
 // UserDefaults.h — stands for NSUserDefaults: the user's persistent map from text keys to values,
 // kept in a binary property-list file and shared between processes.
 //
-// Keys are case-sensitive UTF-8 texts. A value is UTF-8 text, a 32-bit signed integer or raw
-// bytes. Entries of other kinds found in the file are invisible to reads but kept and written back
-// unchanged. Changes are held in memory as pending until synchronize() merges them into the file:
-// keys this store changed since its last synchronize win, every other key takes the file's value.
+// Keys are case-sensitive UTF-8 texts. A value is UTF-8 text, a 32-bit signed integer, raw bytes,
+// a real or a boolean. Entries of other kinds found in the file (dates, arrays, dictionaries, wider
+// integers' upper bits) are kept and written back equal. Changes are held in memory as pending
+// until synchronize() merges them into the file: keys this store changed since its last
+// synchronize win, every other key takes the file's value.
 //
 // Ownership: the store owns its copy of the file's contents and its pending changes; returned
-// values are copies. Invariant: the file on disk is only ever replaced whole (written aside,
-// renamed over), and a file that cannot be parsed is set aside, never overwritten.
+// values are copies. Invariant: reading never changes the disk; the file is only ever replaced
+// whole (written aside, renamed over), stays under 4 MiB, and a file that cannot be parsed is set
+// aside under a name of its own before a write, never overwritten.
 // Copying: not copyable. A store synchronises its pending changes when destroyed; the standard
 // store is destroyed at normal process exit.
 #pragma once
@@ -18,7 +20,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <sys/types.h>
 #include <variant>
 #include <vector>
 
@@ -27,8 +28,8 @@ namespace platform {
 class UserDefaults {
 public:
     using Bytes = std::vector<unsigned char>;
-    // A stored value: text, integer or raw bytes (NSString, NSNumber, NSData).
-    using Object = std::variant<std::string, std::int32_t, Bytes>;
+    // A stored value: text, integer, raw bytes, real or boolean (NSString, NSNumber, NSData).
+    using Object = std::variant<std::string, std::int32_t, Bytes, double, bool>;
 
     // The process-wide store on standardPath(), made and loaded on first use.
     static UserDefaults& standardUserDefaults();
@@ -59,45 +60,33 @@ public:
 
     // objectForKey: — the value under `key`, with its kind; nullopt when absent.
     std::optional<Object> objectForKey(const std::string& key) const;
-    // integerForKey: — an integer as is; a text read as the platform reads integers (leading
-    // white space, sign, digits, clamped to 32 bits; no digits gives 0); 0 for bytes or absent.
+    // integerForKey: — an integer as is; a real truncated toward zero and clamped to 32 bits; a
+    // boolean as 1 or 0; a text read as the platform reads integers (leading white space, sign,
+    // digits, clamped to 32 bits; no digits gives 0); 0 for bytes or absent.
     std::int32_t integerForKey(const std::string& key) const;
-    // stringForKey: — a text as is, an integer as its decimal text; nullopt for bytes or absent.
+    // stringForKey: — a text as is, a number (integer, real, boolean) as its decimal text; nullopt
+    // for bytes or absent.
     std::optional<std::string> stringForKey(const std::string& key) const;
     // dataForKey: — raw bytes only; nullopt for any other kind or absent.
     std::optional<Bytes> dataForKey(const std::string& key) const;
     // Every readable key, in byte order; does not list entries of other kinds.
     std::vector<std::string> allKeys() const;
 
-    // Takes the file's lock, reloads the file if it changed, merges the pending changes into it
-    // and replaces it atomically. Returns false, keeping the changes pending and reporting one
-    // line on stderr, when the file cannot be written; the next call tries again.
+    // With changes pending: takes the file's lock, reloads the file if it changed, merges the
+    // changes into it and replaces it atomically. Returns false, keeping the changes pending and
+    // reporting one line on stderr, when the file cannot be written (no lock within the wait, no
+    // space or permission, the result would pass 4 MiB); the next call tries again. With nothing
+    // pending it only rereads the file, and is false when the file cannot be read.
     bool synchronize();
 
 private:
-    struct PlistDeleter {
-        void operator()(void* node) const;
-    };
-    using Plist = std::unique_ptr<void, PlistDeleter>;
-    struct Stamp {
-        bool exists = false;
-        dev_t device = 0;
-        ino_t inode = 0;
-        off_t size = 0;
-        std::int64_t mtimeSec = 0;
-        long mtimeNsec = 0;
-        bool operator==(const Stamp& other) const;
-    };
-    class Lock;
+    struct File; // what was last read from the file
 
-    void reload(const Lock* held);
-    bool write(void* dict);
+    void reload();
     void report(const std::string& message);
 
     std::string path_;
-    Plist file_;                                           // the file's dictionary as last read
-    Stamp stamp_;                                          // identity of the file as last read
-    bool readable_ = true;                                 // false while the file cannot be read
+    std::unique_ptr<File> file_;
     std::map<std::string, std::optional<Object>> pending_; // empty value: removed
     std::string lastReport_; // a failure is not repeated until it changes or clears
 };

@@ -4,6 +4,7 @@
 #include "platform/StringEncoding.h"
 #include "platform/UserDefaults.h"
 #include "tools/HexDigit.h"
+#include "tools/Output.h"
 
 #include <cerrno>
 #include <climits>
@@ -86,12 +87,15 @@ std::string Quoted(const std::string& text) {
     return out + "\"";
 }
 
-std::string Listed(const UserDefaults::Object& value) {
+// A value as one line of a listing: texts quoted, bytes in hex, numbers as the store reads them
+// as text.
+std::string Listed(const UserDefaults& store, const std::string& key,
+                   const UserDefaults::Object& value) {
     if (const auto* text = std::get_if<std::string>(&value))
         return Quoted(*text);
-    if (const auto* number = std::get_if<std::int32_t>(&value))
-        return std::to_string(*number);
-    return Hex(std::get<UserDefaults::Bytes>(value));
+    if (const auto* bytes = std::get_if<UserDefaults::Bytes>(&value))
+        return Hex(*bytes);
+    return store.stringForKey(key).value_or("");
 }
 
 std::string CheckedKey(const std::string& key) {
@@ -105,7 +109,7 @@ int Read(UserDefaults& store, const std::optional<std::string>& key) {
         std::printf("{\n");
         for (const std::string& name : store.allKeys())
             std::printf("    %s = %s;\n", Quoted(name).c_str(),
-                        Listed(*store.objectForKey(name)).c_str());
+                        Listed(store, name, *store.objectForKey(name)).c_str());
         std::printf("}\n");
         return 0;
     }
@@ -117,7 +121,7 @@ int Read(UserDefaults& store, const std::optional<std::string>& key) {
     if (const auto* text = std::get_if<std::string>(&*value))
         std::printf("%s\n", text->c_str());
     else
-        std::printf("%s\n", Listed(*value).c_str());
+        std::printf("%s\n", Listed(store, *key, *value).c_str());
     return 0;
 }
 
@@ -128,7 +132,7 @@ int main(int argc, char** argv) {
     std::size_t at = 0;
     if (!args.empty() && (args[0] == "-h" || args[0] == "--help")) {
         std::fputs(kUsage, stdout);
-        return 0;
+        return FinishOutput("bkgcolors-defaults", 0);
     }
     if (at < args.size() && args[at] == "--defaults") {
         if (at + 1 >= args.size() || args[at + 1].empty())
@@ -152,7 +156,7 @@ int main(int argc, char** argv) {
         UserDefaults& store = UserDefaults::standardUserDefaults();
         if (!store.synchronize())
             return 2;
-        return Read(store, key);
+        return FinishOutput("bkgcolors-defaults", Read(store, key));
     }
     if (verb == "write") {
         if (rest.size() != 3)

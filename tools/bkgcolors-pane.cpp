@@ -6,9 +6,9 @@
 #include "platform/PaneBundle.h"
 #include "platform/UserDefaults.h"
 #include "platform/View.h"
-#include "tools/HexDigit.h"
+#include "tools/ColourText.h"
+#include "tools/Output.h"
 
-#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -29,48 +29,6 @@ struct Options {
     std::optional<platform::Color> colour;
 };
 
-// A component from 0 to 1 written as a plain decimal number.
-std::optional<float> ParseComponent(const std::string& text) {
-    if (text.empty() || text.find_first_not_of("0123456789.+-eE") != std::string::npos)
-        return std::nullopt;
-    char* end = nullptr;
-    double value = std::strtod(text.c_str(), &end);
-    if (*end != '\0' || !std::isfinite(value) || value < 0.0 || value > 1.0)
-        return std::nullopt;
-    return static_cast<float>(value);
-}
-
-std::optional<platform::Color> ParseColour(const std::string& text) {
-    if (!text.empty() && text[0] == '#') {
-        if (text.size() != 7)
-            return std::nullopt;
-        float parts[3];
-        for (int i = 0; i < 3; ++i) {
-            int high = HexDigit(text[1 + 2 * i]), low = HexDigit(text[2 + 2 * i]);
-            if (high < 0 || low < 0)
-                return std::nullopt;
-            parts[i] = static_cast<float>(high * 16 + low) / 255.0f;
-        }
-        return platform::Color::colorWithCalibratedRed(parts[0], parts[1], parts[2], 1.0f);
-    }
-    std::vector<float> parts;
-    std::size_t start = 0;
-    for (;;) {
-        std::size_t comma = text.find(',', start);
-        auto part = ParseComponent(text.substr(start, comma - start));
-        if (!part)
-            return std::nullopt;
-        parts.push_back(*part);
-        if (comma == std::string::npos)
-            break;
-        start = comma + 1;
-    }
-    if (parts.size() != 3 && parts.size() != 4)
-        return std::nullopt;
-    return platform::Color::colorWithCalibratedRed(parts[0], parts[1], parts[2],
-                                                   parts.size() == 4 ? parts[3] : 1.0f);
-}
-
 [[noreturn]] void Fail(const std::string& message) {
     std::fprintf(stderr, "bkgcolors-pane: %s\n", message.c_str());
     std::exit(2);
@@ -88,7 +46,7 @@ Options ParseOptions(int argc, char** argv) {
         };
         if (arg == "-h" || arg == "--help") {
             std::fputs(kUsage, stdout);
-            std::exit(0);
+            std::exit(FinishOutput("bkgcolors-pane", 0));
         } else if (arg == "--plugin") {
             options.plugin = value();
             pluginGiven = true;
@@ -119,20 +77,12 @@ Options ParseOptions(int argc, char** argv) {
     return options;
 }
 
-// The 8-bit value the pane stores for a component: widened, scaled by 255 and truncated.
-int Byte(float component) {
-    double scaled = static_cast<double>(component) * 255.0;
-    if (!(scaled >= 0.0))
-        return 0;
-    return scaled >= 255.0 ? 255 : static_cast<int>(scaled);
-}
-
 void PrintWell(const std::string& outlet, const platform::Color& colour) {
     float red = 0, green = 0, blue = 0, alpha = 0;
     colour.getRed(&red, &green, &blue, &alpha);
-    std::printf("%s #%02X%02X%02X %.7g %.7g %.7g %.7g\n", outlet.c_str(), Byte(red), Byte(green),
-                Byte(blue), static_cast<double>(red), static_cast<double>(green),
-                static_cast<double>(blue), static_cast<double>(alpha));
+    std::printf("%s #%02X%02X%02X %.7g %.7g %.7g %.7g\n", outlet.c_str(), ComponentByte(red),
+                ComponentByte(green), ComponentByte(blue), static_cast<double>(red),
+                static_cast<double>(green), static_cast<double>(blue), static_cast<double>(alpha));
 }
 
 } // namespace
@@ -171,6 +121,6 @@ int main(int argc, char** argv) {
         Fail("the pane failed");
     }
     // The store has already reported why it could not read or write its file.
-    std::fflush(stdout);
-    return platform::UserDefaults::standardUserDefaults().synchronize() ? 0 : 2;
+    const bool saved = platform::UserDefaults::standardUserDefaults().synchronize();
+    return FinishOutput("bkgcolors-pane", saved ? 0 : 2);
 }

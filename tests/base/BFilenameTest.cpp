@@ -4,6 +4,7 @@
 #include "base/BFilenameTestPeer.h"
 #include "base/ByteRecords.h"
 
+#include "support/Seed.h"
 #include "support/Testing.h"
 
 using namespace byterecords;
@@ -81,9 +82,8 @@ TEST(BFilename, CatalogStringReadsAndWritesPlainAndArchiveForms) {
 // components; the catalog string restores them when the zip name has no delimiter and there is
 // no zip path outside an archive.
 TEST(BFilename, StorageAndCatalogRoundTripRandomComponents) {
-    const unsigned seed = std::random_device{}();
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    std::mt19937 rng(seed);
+    const TestSeed seed;
+    std::mt19937 rng(seed.value);
     auto word = [&](std::size_t minLength, const std::string& letters) {
         std::string s;
         for (std::size_t n = minLength + rng() % 5; n > 0; --n)

@@ -1,5 +1,6 @@
 #include "base/BList.h"
 
+#include "support/Seed.h"
 #include "support/Testing.h"
 
 using Entry = std::tuple<__POSITION*, std::uint32_t, std::string>;
@@ -26,9 +27,8 @@ struct BListTestPeer {
 // naming its node. Ids count up from 1 (or from just below the wrap), skip 0 and are not reset by
 // RemoveAll.
 TEST(BListTest, RandomOperationsMatchAVectorModelAndKeepPositionsValid) {
-    const unsigned seed = std::random_device{}();
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    std::mt19937 rng(seed);
+    const TestSeed seed;
+    std::mt19937 rng(seed.value);
     for (int round = 0; round < 50; ++round) {
         BList<std::string> list;
         std::uint32_t nextId = round % 2 ? 0xFFFFFFFFu - rng() % 8 : 1;

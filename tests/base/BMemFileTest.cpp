@@ -2,12 +2,12 @@
 
 #include "ByteRecords.h"
 
+#include "support/Seed.h"
 #include "support/Testing.h"
 
 using namespace byterecords;
 
 namespace {
-constexpr unsigned kSeed = 20240614;
 // The memory file as first built: every growth allocates exactly the new capacity.
 struct MemFileModel {
     std::vector<unsigned char> bytes; // size is the capacity
@@ -25,9 +25,10 @@ struct MemFileModel {
 
 // Writes, growth, Reuse and Attach/Detach against the model, seeded; failures print seed and step.
 TEST(BMemFile, WritesMatchExactGrowth) {
-    std::mt19937 rng(kSeed);
+    const TestSeed seed;
+    std::mt19937 rng(seed.value);
     for (int run = 0; run < 60; ++run) {
-        SCOPED_TRACE("seed " + std::to_string(kSeed) + ", run " + std::to_string(run));
+        SCOPED_TRACE("run " + std::to_string(run));
         BMemFile file;
         MemFileModel model;
         model.growBy = run % 3 == 0 ? 0 : run % 3 == 1 ? 1 + rng() % 64 : BMemFile::kDefaultGrowBy;

@@ -103,3 +103,36 @@ TEST(TagTable, ReadCopiesTheTextAtTheIndex) {
             EXPECT_EQ(DataOf(read), table ? tag : Bytes(tag.size(), 0)) << what << table;
         }
 }
+
+// A tag's bytes live in the table, not in the stream, so the stream's length must not cut it.
+TEST(TagTable, TagsOfAnyLengthSurviveTheRoundTrip) {
+    const struct {
+        const char* name;
+        std::string tag;
+    } rows[] = {
+        {"empty tag", ""},
+        {"short tag", "colour"},
+        {"tag longer than the missing-bytes allowance", std::string(5000, 'a')},
+        {"tag longer than 16 bits of size", std::string(70000, 'b')},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        BMetaDataTaggedList table;
+        BMemFile f;
+        f.m_metaData.SetData("GlobalMetaTable", static_cast<void*>(&table));
+        BMetaData item;
+        item.SetData(row.tag.c_str());
+        item.Write(f, 2);
+
+        const std::vector<std::string> texts = Tags(table);
+        std::vector<const char*> pointers;
+        for (const std::string& text : texts)
+            pointers.push_back(text.c_str());
+        f.Seek(0, 0);
+        f.m_metaData.SetData("GlobalMetaTableFast", static_cast<void*>(pointers.data()));
+        BMetaData read;
+        read.Read(f, 2);
+        EXPECT_EQ(read.m_size, item.m_size);
+        EXPECT_TRUE(DataOf(read) == DataOf(item));
+    }
+}

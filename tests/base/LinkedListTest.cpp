@@ -1,5 +1,6 @@
 #include "base/LinkedList.h"
 
+#include "support/Seed.h"
 #include "support/Testing.h"
 
 namespace {
@@ -15,9 +16,8 @@ TEST_F(LinkedListDeathTest, EmptyTailAndNullPositionStopTheProgram) {
 // Random adds and removals against a vector of (position, value): after every step the list holds
 // the model's values in order, and every position still held reaches its own value.
 TEST(LinkedList, RandomOperationsKeepOrderAndOtherPositionsValid) {
-    const std::uint32_t seed = std::random_device{}();
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    std::mt19937 random(seed);
+    const TestSeed seed;
+    std::mt19937 random(seed.value);
     LinkedList<std::string> list;
     std::vector<std::pair<__POSITION*, std::string>> model;
     for (int step = 0; step < 2000; ++step) {

@@ -2,6 +2,7 @@
 // that read the string's own text, the error table and the capacity table.
 #include "base/StrTestProbe.h"
 
+#include "support/Seed.h"
 #include "support/Testing.h"
 
 #include <iterator>
@@ -90,10 +91,8 @@ void (*const kEditOps[])(Str&, M&, A) = {
 // after every step. Only Insert past the end, ReplaceAt of nothing or past the end and SetAt at
 // the length may throw, and then nothing changes.
 TEST(StrEdit, RandomEditsMatchAStdStringModel) {
-    const char* env = std::getenv("STR_TEST_SEED");
-    const unsigned seed = env ? unsigned(std::strtoul(env, nullptr, 10)) : std::random_device{}();
-    SCOPED_TRACE("seed " + std::to_string(seed) + " (rerun with STR_TEST_SEED)");
-    std::mt19937 rng(seed);
+    const TestSeed seed;
+    std::mt19937 rng(seed.value);
     auto below = [&](int n) { return static_cast<int>(rng() % static_cast<unsigned>(n)); };
     Str strs[3];
     M model[3];

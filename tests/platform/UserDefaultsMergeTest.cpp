@@ -5,6 +5,7 @@
 
 #include "support/TempFolder.h"
 
+#include "support/Seed.h"
 #include "support/Testing.h"
 
 using platform::UserDefaults;
@@ -33,8 +34,8 @@ struct ModelStore {
 };
 
 TEST(UserDefaultsMerge, RandomChangesOfThreeStoresFollowTheMergeRule) {
-    const unsigned seed = std::random_device{}();
-    std::mt19937 random(seed);
+    const TestSeed seed;
+    std::mt19937 random(seed.value);
     TempFolder folder;
     const std::string file = folder / "store.plist";
     const std::string keys[] = {"a", "b", "c", "d", "e"};
@@ -63,7 +64,7 @@ TEST(UserDefaultsMerge, RandomChangesOfThreeStoresFollowTheMergeRule) {
             stores[which]->setObject(value, key);
             models[which].pending[key] = value;
         } else if (action < 5) {
-            ASSERT_TRUE(stores[which]->synchronize()) << "seed " << seed;
+            ASSERT_TRUE(stores[which]->synchronize());
             models[which].synchronize(modelFile);
         } else { // a process ends (its changes are written) and another starts
             stores[which].reset();
@@ -74,7 +75,7 @@ TEST(UserDefaultsMerge, RandomChangesOfThreeStoresFollowTheMergeRule) {
         for (int s = 0; s < 3; ++s)
             for (const std::string& k : keys)
                 ASSERT_EQ(stores[s]->objectForKey(k), models[s].read(k))
-                    << "seed " << seed << ", step " << step << ", store " << s << ", key " << k;
+                    << "step " << step << ", store " << s << ", key " << k;
     }
 }
 

@@ -1,7 +1,9 @@
 #include "platform/UserDefaults.h"
 
+#include "support/StoreTesting.h"
 #include "support/TempFolder.h"
 
+#include "support/Seed.h"
 #include "support/Testing.h"
 
 #include <filesystem>
@@ -33,6 +35,13 @@ TEST_F(UserDefaultsTest, GettersCoerceAsThePlatformDocuments) {
             {"number", -7, -7, "-7"},          // a number reads as its decimal text
             {"bytes", Bytes{'4', '2'}, 0, {}}, // bytes are neither text nor number
             {"empty", Bytes{}, 0, {}},
+            {"real", 255.0, 255, "255"},      // a real in the colour key gives its integer
+            {"fraction", -2.75, -2, "-2.75"}, // truncated toward zero
+            {"past 32 bits", 1e10, INT32_MAX, "10000000000"}, // clamped
+            {"below 32 bits", -1e10, INT32_MIN, "-10000000000"},
+            {"not a number", std::nan(""), 0, "nan"},
+            {"true", true, 1, "1"},
+            {"false", false, 0, "0"},
         };
     for (const auto& [key, value, integer, text] : rows)
         store.setObject(value, key);
@@ -47,8 +56,8 @@ TEST_F(UserDefaultsTest, GettersCoerceAsThePlatformDocuments) {
 }
 
 TEST_F(UserDefaultsTest, TextsRoundTripWithControlCharactersAndAnyUtf8) {
-    const unsigned seed = 20240611;
-    std::mt19937 random(seed);
+    const TestSeed seed;
+    std::mt19937 random(seed.value);
     std::vector<std::string> texts = {"\x01\x02\x1f\t\r\n<&>\"'", "\x7f", "\xF4\x8F\xBF\xBF", ""};
     const std::uint32_t limits[] = {0x80, 0x800, 0x10000, 0x110000};
     for (int i = 0; i < 200; ++i) {
@@ -71,27 +80,32 @@ TEST_F(UserDefaultsTest, TextsRoundTripWithControlCharactersAndAnyUtf8) {
     }
     UserDefaults reread(file);
     for (std::size_t i = 0; i < texts.size(); ++i) {
-        EXPECT_EQ(reread.stringForKey("text" + std::to_string(i)), texts[i]) << seed << ", " << i;
-        EXPECT_EQ(reread.integerForKey(texts[i]), 1) << "seed " << seed << ", " << i;
+        EXPECT_EQ(reread.stringForKey("text" + std::to_string(i)), texts[i]) << "text " << i;
+        EXPECT_EQ(reread.integerForKey(texts[i]), 1) << "text " << i;
     }
 }
 
-TEST_F(UserDefaultsTest, OtherKindsAreInvisibleButWrittenBackUnchanged) {
-    WriteBytes(file, XmlPlist("<dict><key>real</key><real>2.5</real><key>flag</key><true/>"
+TEST_F(UserDefaultsTest, RealsAndBooleansAreVisibleOtherKindsKeptAsTheyWere) {
+    WriteBytes(file, XmlPlist("<dict><key>real</key><real>255</real><key>flag</key><true/>"
                               "<key>list</key><array><string>x</string></array>"
                               "<key>wide</key><integer>4294967301</integer></dict>"));
     UserDefaults store(file);
-    EXPECT_EQ(store.allKeys(), std::vector<std::string>{"wide"});
+    EXPECT_EQ(store.allKeys(), (std::vector<std::string>{"flag", "real", "wide"}));
+    EXPECT_EQ(store.objectForKey("real"), UserDefaults::Object(255.0));
+    EXPECT_EQ(store.objectForKey("flag"), UserDefaults::Object(true));
     EXPECT_EQ(store.integerForKey("wide"), 5) << "the low 32 bits of a wider integer";
     store.setObject(1, "new");
     ASSERT_TRUE(store.synchronize());
 
-    // In the binary file: the real 2.5, the text "x" in the array, the integer 2^32 + 5.
+    // In the binary file: an array of one text "x", the integer 2^32 + 5.
     const std::string bytes = ReadBytes(file);
-    for (const std::string& kept : {std::string("\x22\x40\x20\0\0", 5), std::string("\x51x"),
-                                    std::string("\x13\0\0\0\x01\0\0\0\x05", 9)})
+    for (const std::string& kept :
+         {std::string("\xA1"), std::string("\x51x"), std::string("\x13\0\0\0\x01\0\0\0\x05", 9)})
         EXPECT_NE(bytes.find(kept), std::string::npos);
-    EXPECT_EQ(UserDefaults(file).integerForKey("new"), 1);
+    UserDefaults reread(file);
+    EXPECT_EQ(reread.integerForKey("new"), 1);
+    EXPECT_EQ(reread.objectForKey("real"), UserDefaults::Object(255.0));
+    EXPECT_EQ(reread.objectForKey("flag"), UserDefaults::Object(true));
 }
 
 std::string Big(std::uint64_t v, int width) {
@@ -127,61 +141,98 @@ std::string Nested(int count, bool doubled) {
     return Binary(objects, offsets, 4);
 }
 
-TEST_F(UserDefaultsTest, LoaderTakesGoodFilesAndSetsDamagedOnesAside) {
+enum class Load { Reads, Unparsable, TooLarge };
+
+// Reading changes nothing on disk whatever the file holds; the first write then sets an
+// unparsable file aside whole and refuses to replace one too large to read.
+TEST_F(UserDefaultsTest, LoaderReadsWhatItCanAndTheFirstWriteDealsWithTheRest) {
     const std::string minimal = OneEntry("\x10\x01");
     const std::string a1 = "<dict><key>a</key><integer>1</integer><key>", x(1 << 20, 'x');
     std::string deep = a1 + "d</key>", closing;
     for (int i = 0; i < 40; ++i)
         deep += "<array>", closing += "</array>";
-    // What the file holds, then the value of key "a"; -1 when the file must be set aside.
-    const std::tuple<const char*, std::string, std::int32_t> rows[] = {
-        {"minimal binary", minimal, 1},
-        {"XML", XmlPlist("<dict><key>a</key><integer>3</integer></dict>"), 3},
-        {"empty file", "", 0},
-        {"not a property list", "hello, world", -1},
-        {"truncated binary", minimal.substr(0, minimal.size() - 1), -1},
-        {"XML cut short", XmlPlist("<dict><key>a</key><integer>3</integer>"), -1},
-        {"top object is an array", Binary(std::string("\xA1\x01\x10\x01", 4), {8, 10}), -1},
-        {"dictionary holding itself", Binary(std::string("\xD1\x01\x00\x51\x61", 5), {8, 11}), -1},
-        {"key that is not UTF-8", OneEntry("\x10\x01").replace(12, 1, "\xFF"), -1},
-        {"text holding a NUL", OneEntry(std::string("\x53\x78\x00\x79", 4)), -1},
-        {"UTF-16 lone surrogate", OneEntry(std::string("\x61\xD8\x00", 3)), -1},
-        {"XML nested 40 deep", XmlPlist(deep + closing + "</dict>"), -1},
-        {"binary nested 100000 deep", Nested(100000, false), -1},
-        {"60 levels each used twice", Nested(60, true), -1},
-        {"larger than 1 MiB", XmlPlist(a1 + "p</key><string>" + x + "</string></dict>"), -1},
+    struct Row {
+        const char* name;
+        std::string bytes;
+        std::int32_t a; // the value of key "a" when the file reads
+        Load load;
     };
-    for (const auto& [name, bytes, value] : rows) {
-        SCOPED_TRACE(name);
-        std::filesystem::remove(file + ".corrupt");
-        WriteBytes(file, bytes);
-        ::testing::internal::CaptureStderr();
-        UserDefaults store(file);
-        std::string err = ::testing::internal::GetCapturedStderr();
-        EXPECT_EQ(store.integerForKey("a"), std::max(value, 0));
-        EXPECT_TRUE(value < 0 ? std::count(err.begin(), err.end(), '\n') == 1 : err.empty()) << err;
-        EXPECT_EQ(std::filesystem::exists(file), value >= 0);
-        EXPECT_EQ(ReadBytes(file + ".corrupt"), value < 0 ? bytes : "") << "set aside as it was";
-        EXPECT_EQ(store.allKeys().empty(), value <= 0);
+    const Row rows[] = {
+        {"minimal binary", minimal, 1, Load::Reads},
+        {"XML", XmlPlist("<dict><key>a</key><integer>3</integer></dict>"), 3, Load::Reads},
+        {"empty file", "", 0, Load::Reads},
+        {"text holding a NUL", OneEntry(std::string("\x53\x37\x00\x79", 4)), 7, Load::Reads},
+        {"XML nested 40 deep", XmlPlist(deep + closing + "</dict>"), 1, Load::Reads},
+        {"larger than 1 MiB", XmlPlist(a1 + "p</key><string>" + x + "</string></dict>"), 1,
+         Load::Reads},
+        {"not a property list", "hello, world", 0, Load::Unparsable},
+        {"truncated binary", minimal.substr(0, minimal.size() - 1), 0, Load::Unparsable},
+        {"XML cut short", XmlPlist("<dict><key>a</key><integer>3</integer>"), 0, Load::Unparsable},
+        {"top object is an array", Binary(std::string("\xA1\x01\x10\x01", 4), {8, 10}), 0,
+         Load::Unparsable},
+        {"dictionary holding itself", Binary(std::string("\xD1\x01\x00\x51\x61", 5), {8, 11}), 0,
+         Load::Unparsable},
+        {"ASCII key with a byte past 0x7F", OneEntry("\x10\x01").replace(12, 1, "\xFF"), 0,
+         Load::Unparsable},
+        {"UTF-16 lone surrogate", OneEntry(std::string("\x61\xD8\x00", 3)), 0, Load::Unparsable},
+        {"binary nested 100000 deep", Nested(100000, false), 0, Load::Unparsable},
+        {"sixty levels each used twice", Nested(60, true), 0, Load::TooLarge},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        TempFolder here;
+        const std::string path = here / "store.plist";
+        WriteBytes(path, row.bytes);
+        std::unique_ptr<UserDefaults> store;
+        const std::string err = Stderr([&] { store = std::make_unique<UserDefaults>(path); });
+        EXPECT_EQ(Lines(err), row.load == Load::Reads ? 0 : 1) << err;
+        EXPECT_EQ(store->integerForKey("a"), row.a);
+        EXPECT_EQ(store->synchronize(), row.load != Load::TooLarge);
+        EXPECT_EQ(Listing(here.path()), std::set<std::string>{"store.plist"}) << "reading alone";
+        EXPECT_EQ(ReadBytes(path), row.bytes);
+
+        store->setObject(2, "b");
+        const std::string written =
+            Stderr([&] { EXPECT_EQ(store->synchronize(), row.load != Load::TooLarge); });
+        EXPECT_EQ(Lines(written), row.load == Load::Unparsable ? 1 : 0)
+            << "one line naming the backup; a refusal already reported is not repeated: "
+            << written;
+        EXPECT_EQ(ReadBytes(path + ".corrupt"), row.load == Load::Unparsable ? row.bytes : "")
+            << "set aside as it was";
+        const std::int32_t after = row.load == Load::Reads ? row.a : 0;
+        EXPECT_EQ(row.load == Load::TooLarge ? ReadBytes(path) == row.bytes
+                                             : UserDefaults(path).integerForKey("a") == after,
+                  true)
+            << "a file it cannot read is not replaced; one it set aside is not guessed at";
     }
 }
 
-TEST_F(UserDefaultsTest, DamagedFileIsNeverOverwrittenAndReplacesAnOlderOne) {
+TEST_F(UserDefaultsTest, DamagedFilesAreSetAsideUnderNamesOfTheirOwn) {
     WriteBytes(file + ".corrupt", "older");
-    WriteBytes(file, "garbage one");
-    ::testing::internal::CaptureStderr();
-    UserDefaults store(file);
-    store.setObject(1, "k");
-    ASSERT_TRUE(store.synchronize());
-    EXPECT_EQ(ReadBytes(file + ".corrupt"), "garbage one");
+    WriteBytes(file + ".corrupt.1", "older still");
+    for (const char* garbage : {"garbage one", "garbage two"}) {
+        SCOPED_TRACE(garbage);
+        WriteBytes(file, garbage);
+        std::string err = Stderr([&] {
+            UserDefaults store(file);
+            store.setObject(1, "k");
+            EXPECT_TRUE(store.synchronize());
+        });
+        EXPECT_EQ(Lines(err), 2) << "one on reading, one naming the backup: " << err;
+        EXPECT_NE(err.find(".corrupt.2"), std::string::npos) << err;
+        EXPECT_EQ(ReadBytes(file + ".corrupt.2"), garbage);
+        EXPECT_EQ(ReadBytes(file + ".corrupt"), "older");
+        EXPECT_EQ(ReadBytes(file + ".corrupt.1"), "older still");
+        EXPECT_EQ(UserDefaults(file).integerForKey("k"), 1);
+        std::filesystem::remove(file + ".corrupt.2");
+    }
 
-    // Damaged while the store runs: found by the next synchronise, set aside, then written anew.
-    WriteBytes(file, "garbage two");
+    // Damaged while a store runs: found by its next synchronise, set aside, then written anew.
+    UserDefaults store(file);
+    WriteBytes(file, "garbage three");
     store.setObject(2, "j");
-    ASSERT_TRUE(store.synchronize());
-    std::string err = ::testing::internal::GetCapturedStderr();
-    EXPECT_EQ(std::count(err.begin(), err.end(), '\n'), 2) << err;
-    EXPECT_EQ(ReadBytes(file + ".corrupt"), "garbage two");
+    const std::string err = Stderr([&] { EXPECT_TRUE(store.synchronize()); });
+    EXPECT_EQ(ReadBytes(file + ".corrupt.2"), "garbage three") << err;
     UserDefaults reread(file);
     EXPECT_EQ(reread.integerForKey("j"), 2);
     EXPECT_FALSE(reread.objectForKey("k")) << "the damaged file's contents are not guessed";

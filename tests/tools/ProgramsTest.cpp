@@ -29,11 +29,13 @@ protected:
             GTEST_SKIP() << "BKGCOLORS_BIN and BKGCOLORS_PLUGIN are set by ctest";
     }
 
-    Outcome Program(const std::string& name, const std::vector<std::string>& args) {
-        std::string command = Quote(Environment("BKGCOLORS_BIN") + "/" + name);
+    // A program that waits for ever fails the test instead of stalling it.
+    Outcome Program(const std::string& name, const std::vector<std::string>& args,
+                    const std::string& out = "") {
+        std::string command = "timeout 120 " + Quote(Environment("BKGCOLORS_BIN") + "/" + name);
         for (const auto& arg : args)
             command += " " + Quote(arg);
-        command += " >" + Quote(folder / "out") + " 2>" + Quote(folder / "err");
+        command += " >" + Quote(out.empty() ? folder / "out" : out) + " 2>" + Quote(folder / "err");
         int raw = std::system(command.c_str());
         return {raw != -1 && WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, ReadBytes(folder / "out"),
                 ReadBytes(folder / "err")};
@@ -127,6 +129,50 @@ TEST_F(ProgramsTest, BadInvocationsFailCleanlyAndLeaveTheStoreAlone) {
         EXPECT_EQ(ReadBytes(store), before);
     }
     EXPECT_EQ(ReadBytes(folder / "blocker"), "a file where a folder should be");
+}
+
+TEST_F(ProgramsTest, AFailedWriteOfTheirOwnOutputIsExitTwoWithOneLine) {
+    ASSERT_EQ(Defaults({"write", "k", "-int", "1"}).status, 0);
+    const std::pair<const char*, std::vector<std::string>> rows[] = {
+        {"bkgcolors-defaults", {"--defaults", store, "read", "k"}},
+        {"bkgcolors-defaults", {"--defaults", store, "read"}},
+        {"bkgcolors-defaults", {"--help"}},
+        {"bkgcolors-pane", {"--plugin", plugin, "--defaults", store}},
+        {"bkgcolors-pane", {"--help"}},
+    };
+    for (const auto& [program, args] : rows) {
+        SCOPED_TRACE(program + (" " + ::testing::PrintToString(args)));
+        Outcome run = Program(program, args, "/dev/full");
+        EXPECT_EQ(run.status, 2);
+        EXPECT_EQ(Lines(run.err), 1) << run.err;
+    }
+}
+
+TEST_F(ProgramsTest, RealsAndBooleansInTheColourKeyAreReadAsThePlatformReadsThem) {
+    const std::pair<const char*, const char*> rows[] = {
+        {"<real>255</real>", "#FF0000"},
+        {"<real>65407.9</real>", "#7FFF00"}, // truncated to 65407
+        {"<true/>", "#010000"},
+        {"<false/>", "#000000"},
+    };
+    for (const auto& [value, shown] : rows) {
+        SCOPED_TRACE(value);
+        WriteBytes(store, std::string("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist "
+                                      "version=\"1.0\"><dict><key>BkgColorsSelectedColor</key>") +
+                              value + "</dict></plist>\n");
+        Outcome run = Host({});
+        EXPECT_EQ(run.status, 0) << run.err;
+        EXPECT_EQ(run.out.substr(0, 24), std::string("currentColorWell ") + shown);
+    }
+}
+
+TEST_F(ProgramsTest, AFifoAtTheStorePathIsRefusedNotWaitedOn) {
+    ASSERT_EQ(mkfifo(store.c_str(), 0600), 0);
+    for (Outcome run : {Defaults({"read", "k"}), Defaults({"write", "k", "-int", "1"}), Host({}),
+                        Host({"#123456"})}) {
+        EXPECT_EQ(run.status, 2);
+        EXPECT_EQ(Lines(run.err), 1) << run.err;
+    }
 }
 
 TEST_F(ProgramsTest, StandardStoreFileFollowsTheEnvironment) {

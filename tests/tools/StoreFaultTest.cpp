@@ -1,15 +1,20 @@
-// Faults around the defaults file: processes killed while writing, processes writing at once,
-// and a folder that refuses the write.
+// Faults around the defaults file: processes killed while writing, processes writing at once, a
+// lock held too long or planted as a link, and a folder that refuses the write. Processes meet
+// through pipes at named points, never by waiting a while.
 
 #include "platform/UserDefaults.h"
+#include "platform/internal/StoreFile.h"
 
+#include "support/StoreTesting.h"
 #include "support/TempFolder.h"
 
 #include "support/Testing.h"
 
 #include <csignal>
+#include <fcntl.h>
 #include <filesystem>
 #include <iostream>
+#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -27,72 +32,160 @@ template <typename Body> pid_t Fork(Body body) {
     return pid;
 }
 
+using platform::internal::WritePoint;
+
+// The writer's side of the meeting: at `stopAt` it tells the test through the pipe and waits to be
+// killed.
+int stopPipe = -1;
+WritePoint stopAt = WritePoint::TempWritten;
+
+void StopHere(WritePoint point) {
+    if (point != stopAt)
+        return;
+    const char here = 'x';
+    if (write(stopPipe, &here, 1) == 1)
+        for (;;)
+            pause();
+}
+
 TEST(StoreFault, KilledWriterLeavesTheOldFileOrTheNewOneWhole) {
-    const unsigned seed = std::random_device{}();
-    std::mt19937 random(seed);
+    struct Stop {
+        const char* name;
+        WritePoint point;
+        bool renamed; // whether the new file is in place at this point
+    };
+    const Stop stops[] = {
+        {"temporary file written", WritePoint::TempWritten, false},
+        {"temporary file flushed", WritePoint::TempSynced, false},
+        {"renamed over the file", WritePoint::Renamed, true},
+        {"folder flushed", WritePoint::FolderSynced, true},
+    };
     TempFolder folder;
     const std::string file = folder / "store.plist";
-    std::int32_t generation = 0;
-    int interrupted = 0;
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    for (int trial = 0; trial < 200; ++trial) {
-        SCOPED_TRACE("trial " + std::to_string(trial));
+    std::int32_t generation = 1;
+    {
+        UserDefaults first(file);
+        for (char k = 'a'; k < 'i'; ++k)
+            first.setObject(generation, std::string(1, k));
+    }
+    for (const Stop& stop : stops) {
+        SCOPED_TRACE(stop.name);
+        int fds[2];
+        ASSERT_EQ(pipe(fds), 0);
         pid_t child = Fork([&] {
+            close(fds[0]);
+            stopPipe = fds[1];
+            stopAt = stop.point;
+            platform::internal::setWriteHook(StopHere);
             UserDefaults store(file);
-            for (std::int32_t next = generation + 1;; ++next) {
-                for (char k = 'a'; k < 'i'; ++k)
-                    store.setObject(next, std::string(1, k));
-                if (!store.synchronize())
-                    return false;
-            }
+            for (char k = 'a'; k < 'i'; ++k)
+                store.setObject(generation + 1, std::string(1, k));
+            store.synchronize();
+            return false; // the hook never returns
         });
         ASSERT_GT(child, 0);
-        usleep(random() % 3000);
+        close(fds[1]);
+        char here = 0;
+        const bool reached = read(fds[0], &here, 1) == 1;
+        close(fds[0]);
         kill(child, SIGKILL);
         int status = 0;
         waitpid(child, &status, 0);
-        ASSERT_TRUE(WIFSIGNALED(status)) << "the writer failed";
-        interrupted += std::filesystem::exists(file + ".tmp");
+        ASSERT_TRUE(reached) << "the writer ended before the point";
+        ASSERT_TRUE(WIFSIGNALED(status));
 
-        ::testing::internal::CaptureStderr();
-        UserDefaults reread(file);
-        ASSERT_EQ(::testing::internal::GetCapturedStderr(), "");
-        ASSERT_FALSE(std::filesystem::exists(file + ".corrupt"));
-        const std::int32_t now = reread.integerForKey("a");
-        ASSERT_GE(now, generation);
-        for (char k = 'b'; k < 'i'; ++k)
-            ASSERT_EQ(reread.integerForKey(std::string(1, k)), now) << k;
-        generation = now;
+        const std::int32_t expected = generation + (stop.renamed ? 1 : 0);
+        const std::string err = Stderr([&] {
+            UserDefaults reread(file);
+            for (char k = 'a'; k < 'i'; ++k)
+                EXPECT_EQ(reread.integerForKey(std::string(1, k)), expected) << k;
+        });
+        EXPECT_EQ(err, "");
+        generation = expected;
     }
-    EXPECT_GT(generation, 0) << "no writer got as far as one synchronise";
     // A kill inside a write leaves the temporary behind; the next writer replaces it, so leftovers
     // never pile up beside the file and the lock.
-    EXPECT_GT(interrupted, 0) << "no kill landed inside a write";
-    EXPECT_LE(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 3);
+    UserDefaults next(file);
+    next.setObject(0, "z");
+    ASSERT_TRUE(next.synchronize());
+    EXPECT_EQ(Listing(folder.path()), (std::set<std::string>{"store.plist", "store.plist.lock"}));
 }
 
 TEST(StoreFault, ConcurrentWritersLoseNoKey) {
     TempFolder folder;
     const std::string file = folder / "store.plist";
-    pid_t children[4];
-    for (int p = 0; p < 4; ++p) {
+    constexpr int kWriters = 4, kWrites = 100;
+    // All writers wait for the pipe to close, then write at once.
+    int start[2];
+    ASSERT_EQ(pipe(start), 0);
+    pid_t children[kWriters];
+    for (int p = 0; p < kWriters; ++p) {
         children[p] = Fork([&] {
+            close(start[1]);
+            char none;
+            if (read(start[0], &none, 1) != 0)
+                return false;
+            // Waiting behind three busy writers is not what this test measures.
+            setenv("BKGCOLORS_LOCK_TIMEOUT", "3600", 1);
             UserDefaults store(file);
             bool ok = true;
-            for (int i = 0; i < 250; ++i)
+            for (int i = 0; i < kWrites; ++i)
                 ok = store.setObject(p * 1000 + i, std::to_string(p * 1000 + i)) &&
                      store.synchronize() && ok;
             return ok;
         });
         ASSERT_GT(children[p], 0);
     }
+    close(start[0]);
+    close(start[1]);
     int status = 0;
     for (pid_t child : children)
         EXPECT_TRUE(waitpid(child, &status, 0) == child && status == 0) << status;
     UserDefaults reread(file);
-    EXPECT_EQ(reread.allKeys().size(), 1000u);
+    EXPECT_EQ(reread.allKeys().size(), static_cast<std::size_t>(kWriters * kWrites));
     for (const std::string& key : reread.allKeys())
         EXPECT_EQ(std::to_string(reread.integerForKey(key)), key);
+}
+
+// A lock held past the wait, or a link planted where the lock goes: one line, the file as it was,
+// the change pending until the lock can be had.
+TEST(StoreFault, ALockNotHadInTimeOrPlantedAsALinkRefusesTheWrite) {
+    TempFolder folder;
+    const std::string file = folder / "store.plist", lock = file + ".lock";
+    UserDefaults(file).setObject(1, "old");
+    const std::string before = ReadBytes(file);
+    WriteBytes(folder / "victim", "not to be touched");
+    const std::pair<const char*, std::function<int()>> rows[] = {
+        {"held by another open file",
+         [&] {
+             int fd = open(lock.c_str(), O_RDWR | O_CLOEXEC);
+             flock(fd, LOCK_EX);
+             return fd;
+         }},
+        {"a symbolic link",
+         [&] {
+             std::filesystem::remove(lock);
+             EXPECT_EQ(symlink((folder / "victim").c_str(), lock.c_str()), 0);
+             return -1;
+         }},
+    };
+    setenv("BKGCOLORS_LOCK_TIMEOUT", "0.05", 1);
+    for (const auto& [name, plant] : rows) {
+        SCOPED_TRACE(name);
+        UserDefaults store(file);
+        store.setObject(2, "new");
+        const int fd = plant();
+        const std::string err = Stderr([&] { EXPECT_FALSE(store.synchronize()); });
+        EXPECT_EQ(Lines(err), 1) << err;
+        EXPECT_NE(err.find(lock), std::string::npos) << err;
+        EXPECT_EQ(ReadBytes(file), before);
+        EXPECT_EQ(ReadBytes(folder / "victim"), "not to be touched");
+        fd >= 0 ? void(close(fd)) : void(std::filesystem::remove(lock));
+        EXPECT_TRUE(store.synchronize()) << "the pending change goes in once the lock is free";
+        EXPECT_EQ(UserDefaults(file).integerForKey("new"), 2);
+        UserDefaults(file).removeObjectForKey("new");
+    }
+    unsetenv("BKGCOLORS_LOCK_TIMEOUT");
 }
 
 // A folder without write permission stops every user but root; a file size limit stops root too

@@ -1,0 +1,59 @@
+// StoreFile.h — platform-internal: the file-system side of the user-defaults store. Finding the
+// file behind the store path, reading it without blocking, the advisory lock beside it, setting a
+// damaged file aside and replacing the file atomically.
+//
+// Plain functions and one RAII lock; nothing is cached between calls. Every failure comes back as
+// false or nullopt with a one-line reason in `error`.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <sys/stat.h>
+
+namespace platform::internal {
+
+// The points a write passes, in order; a test hook can stop a writer at each.
+enum class WritePoint { TempWritten, TempSynced, Renamed, FolderSynced };
+using WriteHook = void (*)(WritePoint);
+// For tests only: `hook` is called at every write point of this process (null: none).
+void setWriteHook(WriteHook hook);
+
+// The file the store path stands for: the path itself, or the end of a chain of symbolic links
+// owned by this user. nullopt when a link belongs to someone else or cannot be read.
+std::optional<std::string> ResolveStorePath(const std::string& path, std::string& error);
+
+enum class FileRead { Missing, Read, Failed };
+// Reads the file at `path` when it is a regular file, opened without blocking (a FIFO or device
+// never stalls the caller); at most kStoreFileLimit bytes, which is enough to tell it is too big.
+FileRead ReadRegularFile(const std::string& path, std::string& bytes, struct stat& info,
+                         std::string& error);
+
+// Makes the missing folders above `file` with mode 0700.
+bool MakeFolders(const std::string& file, std::string& error);
+
+// An exclusive advisory lock on `path` (created 0600, never through a symbolic link), waited for
+// at most $BKGCOLORS_LOCK_TIMEOUT seconds (10 when unset). Released when destroyed.
+class FileLock {
+public:
+    explicit FileLock(const std::string& path);
+    ~FileLock();
+    FileLock(const FileLock&) = delete;
+    FileLock& operator=(const FileLock&) = delete;
+    bool held() const { return fd_ >= 0; }
+    const std::string& error() const { return error_; }
+
+private:
+    int fd_ = -1;
+    std::string error_;
+};
+
+// Renames `path` to path.corrupt, else path.corrupt.1, .2, ..., never over an existing name; the
+// name used, or nullopt.
+std::optional<std::string> MoveAside(const std::string& path, std::string& error);
+
+// Replaces `path` with `bytes`: a temporary file in the same folder, written, flushed to disk and
+// renamed over it, then the folder flushed. The new file keeps the permission bits of the old one,
+// or gets 0600. On failure the old file is untouched and no temporary is left.
+bool ReplaceFile(const std::string& path, const std::string& bytes, std::string& error);
+
+} // namespace platform::internal

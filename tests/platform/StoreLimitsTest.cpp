@@ -1,0 +1,123 @@
+// One bound, 4 MiB, for what the store reads and what it writes, so that every file it wrote
+// reads back; shared objects count each time they are reached.
+
+#include "platform/UserDefaults.h"
+#include "platform/internal/PropertyList.h"
+
+#include "support/StoreTesting.h"
+#include "support/TempFolder.h"
+
+#include "support/Testing.h"
+
+using platform::UserDefaults;
+using platform::internal::kStoreFileLimit;
+
+namespace {
+
+std::string Big(std::uint64_t v, int width) {
+    std::string s;
+    for (int i = width - 1; i >= 0; --i)
+        s += static_cast<char>((v >> (8 * i)) & 0xFF);
+    return s;
+}
+
+// {"a": chain}: a chain of `levels` arrays, each holding the next one twice, ending in a text of
+// 100 bytes. The file stays small; written out in full it doubles with every level.
+std::string SharedChain(int levels) {
+    std::string objects = "\xD1" + Big(1, 2) + Big(2, 2) +
+                          "\x51"
+                          "a";
+    std::vector<std::uint64_t> offsets = {8, 13};
+    for (int i = 0; i < levels; ++i) {
+        offsets.push_back(8 + objects.size());
+        objects += "\xA2" + Big(3 + i, 2) + Big(3 + i, 2);
+    }
+    offsets.push_back(8 + objects.size());
+    objects += "\x5F\x10\x64" + std::string(100, 'x');
+    std::string data = "bplist00" + objects;
+    for (auto offset : offsets)
+        data += Big(offset, 2);
+    return data + std::string(6, '\0') + Big(0x0202, 2) + Big(offsets.size(), 8) + Big(0, 8) +
+           Big(8 + objects.size(), 8);
+}
+
+TEST(StoreLimits, FilesJustUnderTheBoundReadAndAtTheBoundAreRefused) {
+    TempFolder folder;
+    const std::string file = folder / "store.plist";
+    // The size given to plist_files.py: positive for binary, negative for XML.
+    const std::pair<long, bool> rows[] = {
+        {static_cast<long>(kStoreFileLimit) - 1, true},
+        {-static_cast<long>(kStoreFileLimit) + 1, true},
+        {static_cast<long>(kStoreFileLimit), false},
+        {-static_cast<long>(kStoreFileLimit), false},
+    };
+    for (const auto& [size, reads] : rows) {
+        SCOPED_TRACE(size);
+        const int made = PlistFiles("limit '" + file + "' " + std::to_string(size));
+        if (made == -1)
+            GTEST_SKIP() << "python3 with plistlib is not installed";
+        ASSERT_EQ(made, 0);
+        const std::string before = ReadBytes(file);
+        std::optional<UserDefaults::Object> pad;
+        const std::string err = Stderr([&] {
+            UserDefaults store(file);
+            pad = store.objectForKey("pad");
+            // Stored again as it was read: the file written is no larger than the one read.
+            store.setObject(reads ? pad : UserDefaults::Object(1), "pad");
+            EXPECT_EQ(store.synchronize(), reads) << "a file written back must read back";
+        });
+        EXPECT_EQ(Lines(err), reads ? 0 : 1) << err;
+        EXPECT_EQ(pad.has_value(), reads);
+        EXPECT_EQ(reads ? UserDefaults(file).objectForKey("pad") == pad : ReadBytes(file) == before,
+                  true)
+            << "written back and read again, or, too large to read, not replaced";
+    }
+}
+
+TEST(StoreLimits, SharedObjectsCountEachTimeTheyAreReached) {
+    TempFolder folder;
+    const std::string file = folder / "store.plist";
+    // 12 levels: 4096 copies of the text, about 420 kB written out; 16 levels: 6.6 MB.
+    for (const auto& [levels, reads] : {std::pair{12, true}, std::pair{16, false}}) {
+        SCOPED_TRACE(levels);
+        const std::string bytes = SharedChain(levels);
+        WriteBytes(file, bytes);
+        std::unique_ptr<UserDefaults> store;
+        const std::string err = Stderr([&] { store = std::make_unique<UserDefaults>(file); });
+        EXPECT_EQ(Lines(err), reads ? 0 : 1) << err;
+        store->setObject(1, "new");
+        EXPECT_EQ(store->synchronize(), reads);
+        store.reset();
+        EXPECT_EQ(reads ? UserDefaults(file).integerForKey("new") == 1 : ReadBytes(file) == bytes,
+                  true)
+            << "what it wrote reads back; what it could not read stays";
+    }
+}
+
+// The change that would pass the bound is refused and kept pending; everything accepted before
+// it stays readable, by this store and by the next.
+TEST(StoreLimits, AChangePastTheBoundIsRefusedAndKeptPendingTheRestStays) {
+    TempFolder folder;
+    const std::string file = folder / "store.plist";
+    const std::string text(1 << 20, 'x');
+    UserDefaults store(file);
+    int accepted = 0;
+    std::string err;
+    for (int i = 0; i < 6 && err.empty(); ++i) {
+        store.setObject(text, "k" + std::to_string(i));
+        err = Stderr([&] { accepted += store.synchronize(); });
+    }
+    EXPECT_EQ(accepted, 3);
+    EXPECT_EQ(Lines(err), 1) << err;
+    EXPECT_NE(err.find("4 MiB"), std::string::npos) << err;
+    EXPECT_LT(ReadBytes(file).size(), kStoreFileLimit);
+    EXPECT_EQ(store.stringForKey("k3"), text) << "the refused change stays pending";
+
+    UserDefaults next(file);
+    EXPECT_EQ(next.allKeys(), (std::vector<std::string>{"k0", "k1", "k2"}));
+    store.removeObjectForKey("k0");
+    EXPECT_TRUE(store.synchronize()) << "room made, the pending change goes in";
+    EXPECT_EQ(UserDefaults(file).allKeys(), (std::vector<std::string>{"k1", "k2", "k3"}));
+}
+
+} // namespace

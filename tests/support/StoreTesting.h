@@ -1,0 +1,44 @@
+// StoreTesting.h — test helpers for the user-defaults store: what a folder holds, how many lines a
+// capture has, and the other-tool files of plist_files.py.
+#pragma once
+
+#include "support/TempFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <set>
+#include <string>
+#include <sys/wait.h>
+
+// The names in `folder`, so that a test can see that nothing was added, renamed or left behind.
+inline std::set<std::string> Listing(const std::string& folder) {
+    std::set<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(folder))
+        names.insert(entry.path().filename().string());
+    return names;
+}
+
+inline long Lines(const std::string& text) {
+    return std::count(text.begin(), text.end(), '\n');
+}
+
+// Runs tests/support/plist_files.py with `args`; its exit status, or -1 when python3 with plistlib
+// is not there.
+inline int PlistFiles(const std::string& args) {
+    if (std::system("python3 -c 'import plistlib' >/dev/null 2>&1") != 0)
+        return -1;
+    const std::string command =
+        "python3 '" BKGCOLORS_TEST_SUPPORT "/plist_files.py' " + args + " >&2";
+    const int raw = std::system(command.c_str());
+    return raw != -1 && WIFEXITED(raw) ? WEXITSTATUS(raw) : -2;
+}
+
+// Captures stderr around `body` and gives what was written.
+template <typename Body> std::string Stderr(Body body) {
+    ::testing::internal::CaptureStderr();
+    body();
+    return ::testing::internal::GetCapturedStderr();
+}
