@@ -2,6 +2,7 @@
 // engine's own string conversions, errors, the size estimate, and arguments from the string itself.
 #include "base/StrTestProbe.h"
 
+#include "support/Seed.h"
 #include "support/Testing.h"
 
 #include <cfloat>
@@ -36,9 +37,8 @@ template <typename... A> std::string Printf(const char* fmt, A... args) {
 } // namespace
 
 TEST(StrFormat, RandomNumericConversionsMatchSnprintf) {
-    const unsigned seed = strtest::Seed(7321u);
-    SCOPED_TRACE("seed " + std::to_string(seed) + " (rerun with STR_TEST_SEED)");
-    std::mt19937_64 rng(seed);
+    const TestSeed seed;
+    std::mt19937_64 rng(seed.value);
     auto pick = [&](int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng); };
     auto chance = [&](int percent) { return pick(1, 100) <= percent; };
     int stars = 0;
@@ -92,9 +92,8 @@ TEST(StrFormat, RandomNumericConversionsMatchSnprintf) {
 // Fixed-point values that sit exactly halfway between two results at the precision asked (binary
 // fractions), whole numbers up to the largest double, and the flags that shape the field.
 TEST(StrFormat, FixedPointTiesAndFieldsMatchSnprintf) {
-    const unsigned seed = strtest::Seed(4409u);
-    SCOPED_TRACE("seed " + std::to_string(seed) + " (rerun with STR_TEST_SEED)");
-    std::mt19937_64 rng(seed);
+    const TestSeed seed;
+    std::mt19937_64 rng(seed.value);
     auto pick = [&](int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng); };
     for (int iter = 0; iter < 4000 && !::testing::Test::HasFailure(); ++iter) {
         std::string f = "[%";

@@ -3,6 +3,7 @@
 #include "base/StrTestProbe.h"
 #include "base/internal/SortOrder.h"
 
+#include "support/Seed.h"
 #include "support/Testing.h"
 
 #include <cctype>
@@ -36,9 +37,8 @@ int ModelReplace(std::string& s, const std::string& find, const std::string& rep
 } // namespace
 
 TEST(StrSearch, RandomSearchesMatchStdString) {
-    const unsigned seed = strtest::Seed(20240611u);
-    SCOPED_TRACE("seed " + std::to_string(seed) + " (rerun with STR_TEST_SEED)");
-    std::mt19937 rng(seed);
+    const TestSeed seed;
+    std::mt19937 rng(seed.value);
     auto pick = [&](int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng); };
     const char* const alphabet = "abAB,;\xC8";
     auto randomText = [&](int maxLen) {
@@ -97,9 +97,8 @@ TEST(StrSearch, RandomSearchesMatchStdString) {
 // Long texts exercise the block-wise scan: matches and zero bytes at every offset of a block, the
 // search starting anywhere, and a match only counting before the first zero byte after its start.
 TEST(StrSearch, LongTextSearchesStopAtTheFirstZeroByte) {
-    const unsigned seed = strtest::Seed(977u);
-    SCOPED_TRACE("seed " + std::to_string(seed) + " (rerun with STR_TEST_SEED)");
-    std::mt19937 rng(seed);
+    const TestSeed seed;
+    std::mt19937 rng(seed.value);
     auto pick = [&](int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng); };
     for (int iter = 0; iter < 1500 && !::testing::Test::HasFailure(); ++iter) {
         SCOPED_TRACE("iteration " + std::to_string(iter));
@@ -225,9 +224,8 @@ TEST(StrCompare, OrderingTable) {
 // The order the list sorts use, against a stable sort with the comparison itself: keys sharing
 // long beginnings, differing in case or only in length, with bytes above 127 and empty keys.
 TEST(StrCompare, CaseOrderIsTheStableOrderOfStricmp) {
-    const unsigned seed = strtest::Seed(31337u);
-    SCOPED_TRACE("seed " + std::to_string(seed) + " (rerun with STR_TEST_SEED)");
-    std::mt19937 rng(seed);
+    const TestSeed seed;
+    std::mt19937 rng(seed.value);
     static const char* const pieces[] = {"",     "a",    "A",  "/Volumes/Backup/", "\t",
                                          "\xe9", "\x80", "zZ", "/Volumes/backup/"};
     for (int round = 0; round < 300 && !::testing::Test::HasFailure(); ++round) {

@@ -5,7 +5,6 @@
 #include "base/Str.h"
 
 #include <cstddef>
-#include <cstdlib>
 #include <string>
 
 #if defined(__SANITIZE_ADDRESS__)
@@ -13,12 +12,6 @@ extern "C" std::size_t __sanitizer_get_current_allocated_bytes();
 #endif
 
 namespace strtest {
-
-// The seed of a randomised test: STR_TEST_SEED when set, else the test's fixed default.
-inline unsigned Seed(unsigned fallback) {
-    const char* env = std::getenv("STR_TEST_SEED");
-    return env ? static_cast<unsigned>(std::strtoul(env, nullptr, 10)) : fallback;
-}
 
 inline const auto Header = [](const Str& s) -> const auto& {
     return *StrImplementation::SBlock::of(s);
