@@ -512,8 +512,11 @@ void PutNumber(Sink& sink, TextBuf& spec, char letter, StrArgList& ap) {
     const char* f = spec.data();
 
     // The commonest conversions are laid out here; the rest, and every case these do not cover,
-    // go to the C library.
-    if (accepted && length != 2 && letter != 'c' && letter != 'C' && letter != 'p') {
+    // go to the C library. That includes any spec with an h modifier: printf shapes those its own
+    // way (a float's zero flag survives a negative star width and pads on the right).
+    const bool shortModifier = std::memchr(spec.data() + 1, 'h', plen) != nullptr;
+    if (accepted && !shortModifier && length != 2 && letter != 'c' && letter != 'C' &&
+        letter != 'p') {
         const Conversion c = ReadConversion(spec.data() + 1, plen, stars);
         if (c.width < kMaxNativeField && c.precision < kMaxNativeField) {
             if (letter == 'f') {
@@ -526,7 +529,7 @@ void PutNumber(Sink& sink, TextBuf& spec, char letter, StrArgList& ap) {
                     sink.Put(out.data(), static_cast<std::size_t>(n));
                 return;
             }
-            if (kClasses.Is(letter, kIntLetter) && !std::memchr(spec.data() + 1, 'h', plen)) {
+            if (kClasses.Is(letter, kIntLetter)) {
                 const bool isSigned = letter == 'd' || letter == 'i';
                 unsigned long long magnitude;
                 bool negative = false;

@@ -99,22 +99,35 @@ TEST(StrFormat, FixedPointTiesAndFieldsMatchSnprintf) {
         std::string f = "[%";
         for (int i = pick(0, 3); i > 0; --i)
             f += "-+ 0#"[pick(0, 4)];
-        if (pick(0, 1))
+        // A star width may be negative, which left-justifies.
+        const bool star = pick(0, 3) == 0;
+        if (star)
+            f += '*';
+        else if (pick(0, 1))
             f += std::to_string(pick(0, 40));
         if (pick(0, 3))
             f += "." + std::to_string(pick(0, 3) ? pick(0, 8) : pick(0, 120));
+        if (pick(0, 5) == 0)
+            f += 'h';
         f += pick(0, 4) ? "f]" : "x]";
+        const int width = pick(-40, 40);
         const double tie =
             std::ldexp(static_cast<double>(static_cast<long long>(rng() >> 20)), -pick(0, 12));
         const double v = pick(0, 5)   ? (pick(0, 1) ? -tie : tie)
                          : pick(0, 1) ? std::ldexp(1.0, pick(0, 1023)) * (pick(0, 1) ? 1 : -1)
                                       : -0.0;
-        if (f.back() == ']' && f[f.size() - 2] == 'x') {
-            const unsigned u = static_cast<unsigned>(rng());
-            EXPECT_EQ(Fmt(f.c_str(), u), Printf(f.c_str(), u)) << "format " << f;
-        } else {
-            EXPECT_EQ(Fmt(f.c_str(), v), Printf(f.c_str(), v)) << "format " << f << " value " << v;
-        }
+        const auto check = [&](auto value) {
+            if (star)
+                EXPECT_EQ(Fmt(f.c_str(), width, value), Printf(f.c_str(), width, value))
+                    << "format " << f << " width " << width << " value " << value;
+            else
+                EXPECT_EQ(Fmt(f.c_str(), value), Printf(f.c_str(), value))
+                    << "format " << f << " value " << value;
+        };
+        if (f[f.size() - 2] == 'x')
+            check(static_cast<unsigned>(rng()));
+        else
+            check(v);
     }
 }
 
