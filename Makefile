@@ -17,7 +17,7 @@ CMAKE        ?= cmake
 PACKAGES := cmake g++ make pkg-config libplist-dev libplist-utils libgtest-dev libbenchmark-dev \
 	libgtk-4-dev libxtst-dev xvfb xauth xdotool desktop-file-utils clang-format
 
-.PHONY: all deps build run test test32 test-be bench fuzz memcheck coverage install format clean
+.PHONY: all deps build run test test32 test-be bench bench-chart fuzz memcheck coverage install format clean
 
 all: build
 
@@ -68,13 +68,17 @@ test-be:
 	$(CMAKE) --build $(BUILD_BE) -j$(JOBS)
 	cd $(BUILD_BE) && ctest --output-on-failure -j$(JOBS)
 
-# Benchmarks: every program runs BENCH_REPS times (the report takes medians, since the machine may
-# be busy), keeps its JSON in the build folder, and scripts/bench-report sets library and peer side
-# by side.
+# Benchmarks: every program runs BENCH_REPS times (the report takes each side's fastest run, since
+# the machine may be busy), keeps its JSON in the build folder, and scripts/bench-report prints
+# every pair's ratio against its goal and writes them to $(BUILD)/bench/ratios.csv; bench-chart
+# draws that file with gnuplot.
 BENCH_PROGRAMS := $(basename $(notdir $(wildcard bench/*.cpp)))
 BENCH_REPS     ?= 3
+BENCH_CSV      := $(BUILD)/bench/ratios.csv
+BENCH_PACKAGES := gnuplot-nox
 
 bench: deps
+	@./scripts/install-deps $(BENCH_PACKAGES)
 	$(CMAKE) -S . -B $(BUILD_BENCH) -DCMAKE_BUILD_TYPE=Release -DBKGCOLORS_TESTS=OFF -DBKGCOLORS_BENCH=ON
 	$(CMAKE) --build $(BUILD_BENCH) -j$(JOBS) --target $(BENCH_PROGRAMS)
 	@for b in $(BENCH_PROGRAMS); do \
@@ -83,7 +87,13 @@ bench: deps
 			--benchmark_out=$(BUILD_BENCH)/$$b.json --benchmark_out_format=json || exit 1; \
 	done
 	@echo
-	@./scripts/bench-report $(addprefix $(BUILD_BENCH)/,$(addsuffix .json,$(BENCH_PROGRAMS)))
+	@./scripts/bench-report --csv $(BENCH_CSV) $(addprefix $(BUILD_BENCH)/,$(addsuffix .json,$(BENCH_PROGRAMS)))
+
+# The chart of the last `make bench`: each pair's ratio beside its goal.
+bench-chart:
+	@./scripts/install-deps $(BENCH_PACKAGES)
+	@test -f $(BENCH_CSV) || { echo "no $(BENCH_CSV): run make bench first"; exit 1; }
+	./scripts/bench-chart $(BENCH_CSV) $(BUILD)/bench/ratios.png
 
 # Fuzzing: every target runs for FUZZ_SECONDS on a scratch copy of its seed corpus, so the corpus in
 # the tree only changes when someone copies a finding into it. A target with a dictionary

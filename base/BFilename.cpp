@@ -83,7 +83,11 @@ int LeadingNumber(const char* text) {
 // The storage string of the given components, as GetStorageString renders it.
 Str StorageOf(const Str& directory, const Str& zipName, const Str& zipPath, const Str& fileName,
               const Str& diskName) {
-    Str s(directory);
+    // Sized once, so the five pieces are copied without a further block.
+    Str s;
+    s.Preallocate(directory.GetLength() + zipName.GetLength() + zipPath.GetLength() +
+                  fileName.GetLength() + diskName.GetLength() + 4);
+    s += directory;
     for (const Str* field : {&zipName, &zipPath, &fileName, &diskName}) {
         s.AppendChar(kTab);
         s += *field;
@@ -188,7 +192,9 @@ bool BFilename::IsA(char const* extension) const {
         extension = "";
     if (*extension == '.')
         ++extension;
-    return StrImplementation::STR_stricmp_ex(extension, GetExtension()) == 0;
+    // GetExtension's text, read in place.
+    const char* dot = std::strrchr(m_FileName, '.');
+    return StrImplementation::STR_stricmp_ex(extension, dot ? dot + 1 : "") == 0;
 }
 
 Str BFilename::GetStorageString() const {

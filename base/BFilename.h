@@ -162,6 +162,8 @@ public:
 
 private:
     friend class BFilenameTestPeer;
+    // Its sort reads the components in place.
+    friend class BFilenameList;
 
     // Sets the five components to empty.
     void Clear();

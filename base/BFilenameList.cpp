@@ -1,17 +1,27 @@
 #include "base/BFilenameList.h"
 
+#include "base/internal/SortOrder.h"
+
 #include <vector>
 
 void BFilenameList::Sort() {
-    Node* head = NodeAt(GetHeadPosition());
-    std::vector<Str> keys;
-    keys.reserve(m_count);
-    for (Node* node = head; node; node = node->next)
-        keys.push_back(node->value.GetStorageString());
-    SortByKeys(
-        keys,
-        [](const Str& a, const Str& b) { return StrImplementation::STR_stricmp_ex(a, b) < 0; },
-        [](BFilename& old) -> BFilename& { return old; });
+    StrImplementation::CaseOrder keys(m_count);
+    std::vector<Node*> nodes;
+    nodes.reserve(m_count);
+    // The key is the storage string, folded straight from the five components.
+    for (Node* node = NodeAt(GetHeadPosition()); node; node = node->next) {
+        nodes.push_back(node);
+        const BFilename& f = node->value;
+        const Str* const parts[] = {&f.m_Directory, &f.m_ZipName, &f.m_ZipPath, &f.m_FileName,
+                                    &f.m_DiskName};
+        keys.AddJoined(parts, 5, '\t');
+    }
+    // A moved element is what operator= copies of it: the same components, property list and
+    // data, with the default delimiters and an empty tag.
+    ApplyOrder(nodes, keys.Order(), [](std::size_t, BFilename& moved) {
+        moved.BFilenameHelper();
+        moved.m_tag.Initialize();
+    });
 }
 
 void BFilenameList::Write(BMemFile& file, short mode) {

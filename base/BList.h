@@ -82,13 +82,16 @@ protected:
     // A new unlinked node holding a copy of elem and the next number; does not touch the chain.
     Node* MakeNode(T& elem);
 
-    // Reorders the list into the stable ascending order of keys (keys[i] belongs to the i-th
-    // element from the head, less is a strict weak order on them) with the result of repeatedly
-    // moving the smallest remaining element in front of the current one: an element keeps its node
-    // exactly when every element before it sorts before it; every other element gets a new node
-    // holding a copy of copyOf(value), made in sorted order, and its old node is removed.
-    template <class Key, class Less, class CopyOf>
-    void SortByKeys(const std::vector<Key>& keys, Less less, CopyOf copyOf);
+    // Reorders the list into a stable order (order[r] is the index from the head of the element of
+    // rank r) with the result of repeatedly moving the smallest remaining element in front of the
+    // current one: an element keeps its node and number exactly when every element before it
+    // sorts before it. Every other element is moved: it takes the next number, in sorted order, as
+    // a new node would, and renew(index, value) makes its value what the moved copy holds. Its
+    // storage is reused, so a sort allocates nothing per element.
+    // nodes are the list's nodes from head to tail.
+    template <class Renew>
+    void ApplyOrder(const std::vector<Node*>& nodes, const std::vector<std::uint32_t>& order,
+                    Renew renew);
 
     static Node* NodeAt(__POSITION* pos) { return reinterpret_cast<Node*>(pos); }
     static __POSITION* PositionOf(Node* node) { return reinterpret_cast<__POSITION*>(node); }
@@ -240,49 +243,49 @@ template <class T> std::uint32_t BList<T>::GetCount() const {
 }
 
 template <class T>
-template <class Key, class Less, class CopyOf>
-void BList<T>::SortByKeys(const std::vector<Key>& keys, Less less, CopyOf copyOf) {
-    const std::size_t n = keys.size();
-    std::vector<Node*> nodes;
-    nodes.reserve(n);
-    for (Node* node = NodeAt(GetHeadPosition()); node; node = node->next)
-        nodes.push_back(node);
-    B_ASSERT(nodes.size() == n);
-
-    std::vector<std::size_t> order(n);
-    for (std::size_t i = 0; i < n; ++i)
-        order[i] = i;
-    std::stable_sort(order.begin(), order.end(),
-                     [&](std::size_t a, std::size_t b) { return less(keys[a], keys[b]); });
+template <class Renew>
+void BList<T>::ApplyOrder(const std::vector<Node*>& nodes, const std::vector<std::uint32_t>& order,
+                          Renew renew) {
+    const std::size_t n = order.size();
+    B_ASSERT(nodes.size() == n && n == m_count);
 
     // The selection leaves an element in its node only when nothing before it in the list is
-    // larger: those elements have ranks above the running maximum of the ranks before them.
-    std::vector<std::size_t> rank(n);
-    for (std::size_t r = 0; r < n; ++r)
-        rank[order[r]] = r;
-    std::vector<bool> kept(n);
-    std::size_t highest = 0;
-    for (std::size_t i = 0; i < n; ++i) {
-        kept[i] = i == 0 || rank[i] > highest;
-        highest = std::max(highest, rank[i]);
+    // larger, that is when every element of a higher rank comes later in the list: its index is
+    // below the smallest index of the ranks above it.
+    std::vector<bool> keptAt(n); // by rank
+    for (std::size_t r = n, lowest = n; r-- > 0;) {
+        keptAt[r] = order[r] < lowest;
+        lowest = std::min<std::size_t>(lowest, order[r]);
     }
 
-    // Moved elements are re-created in sorted order, each directly before the first kept node that
-    // sorts after it (or at the end); their old nodes go as soon as the copy exists.
-    std::size_t anchorRank = 0;
+    // Moved elements are renewed in list order, which walks memory as the list was built; then one
+    // pass in sorted order gives them their numbers and relinks the chain.
+    std::vector<bool> moved(n); // by index
+    for (std::size_t r = 0; r < n; ++r)
+        moved[order[r]] = !keptAt[r];
+    // A list of many elements is spread over memory: the nodes a few steps ahead are fetched
+    // while the present one is worked on.
+    constexpr std::size_t kAhead = 8;
+    for (std::size_t i = 0; i < n; ++i) {
+        if (i + kAhead < n)
+            __builtin_prefetch(nodes[i + kAhead]);
+        if (moved[i])
+            renew(i, nodes[i]->value);
+    }
     for (std::size_t r = 0; r < n; ++r) {
-        const std::size_t i = order[r];
-        if (kept[i])
-            continue;
-        if (anchorRank <= r)
-            for (anchorRank = r + 1; anchorRank < n && !kept[order[anchorRank]]; ++anchorRank) {
-            }
-        Node* old = nodes[i];
-        if (anchorRank < n)
-            InsertBefore(PositionOf(nodes[order[anchorRank]]), copyOf(old->value));
-        else
-            AddTail(copyOf(old->value));
-        RemoveAt(PositionOf(old));
+        if (r + kAhead < n)
+            __builtin_prefetch(nodes[order[r + kAhead]], 1);
+        Node* node = nodes[order[r]];
+        if (!keptAt[r]) {
+            node->id = m_nextId;
+            m_nextId = m_nextId == 0xFFFFFFFFu ? 1u : m_nextId + 1u;
+        }
+        node->prev = r == 0 ? nullptr : nodes[order[r - 1]];
+        node->next = r + 1 == n ? nullptr : nodes[order[r + 1]];
+    }
+    if (n != 0) {
+        m_head = nodes[order[0]];
+        m_tail = nodes[order[n - 1]];
     }
 }
 

@@ -144,17 +144,7 @@ void BMemFile::SetGrowBy(unsigned int growBy) {
     m_growBy = growBy;
 }
 
-unsigned int BMemFile::Read(void* lpBuf, unsigned int n) {
-    B_ASSERT(lpBuf);
-    unsigned int count = std::min(n, m_length - m_position);
-    if (count != 0)
-        std::memcpy(lpBuf, m_buffer + m_position, count);
-    m_position += count;
-    return count;
-}
-
-int BMemFile::Write(const void* lpBuf, unsigned int n) {
-    B_ASSERT(lpBuf);
+int BMemFile::WriteGrowing(const void* lpBuf, unsigned int n) {
     unsigned int room = m_capacity - m_position;
     if (room < n) {
         unsigned int shortfall = n - room;
@@ -162,7 +152,7 @@ int BMemFile::Write(const void* lpBuf, unsigned int n) {
         if (wanted <= std::numeric_limits<unsigned int>::max())
             GrowForWrite(static_cast<unsigned int>(wanted));
         if (m_capacity - m_position < n)
-            B_ASSERT(0);
+            ::BAssertDetail::Fail("Write", __FILE__, __LINE__, "0");
         m_length = m_position + n;
     } else if (m_position + n > m_length) {
         m_length = m_position + n;
@@ -215,19 +205,11 @@ int BMemFile::WriteGrowing(unsigned int width, unsigned int bits) {
     return Write(bytes, width);
 }
 
-int BMemFile::Read(unsigned int& value) {
+int BMemFile::ReadShort(unsigned int& value) {
     unsigned int bits;
     int count = ReadLittleEndian(4, bits);
     if (count > 0)
         value = bits;
-    return count;
-}
-
-int BMemFile::Read(int& value) {
-    unsigned int bits;
-    int count = ReadLittleEndian(4, bits);
-    if (count > 0)
-        value = static_cast<int>(bits);
     return count;
 }
 

@@ -15,8 +15,11 @@
 // name, nothing of the base; there is no copy construction. The destructor is not virtual.
 #pragma once
 
+#include "base/BAssert.h"
 #include "base/BFilename.h"
 #include "base/BMetaDataClass.h"
+
+#include <cstring>
 
 class BMemFile : public BMetaDataClass {
 public:
@@ -60,18 +63,48 @@ public:
 
     // Copies up to n bytes from the position into lpBuf (must not be null) and advances the
     // position by the count copied, which is returned; 0 at the end of the data.
-    unsigned int Read(void* lpBuf, unsigned int n);
+    unsigned int Read(void* lpBuf, unsigned int n) {
+        B_ASSERT(lpBuf);
+        const unsigned int left = m_position <= m_length ? m_length - m_position : 0;
+        const unsigned int count = n < left ? n : left;
+        if (count != 0)
+            std::memcpy(lpBuf, m_buffer + m_position, count);
+        m_position += count;
+        return count;
+    }
     // Typed reads of 4 and 2 bytes. The destination is assigned only when at least one byte was
     // read; bytes beyond the end of the data count as zero. Return the number of bytes read.
-    int Read(unsigned int& value);
-    int Read(int& value);
+    // Inline while the 4 bytes are there, the common case of a record being read.
+    int Read(unsigned int& value) {
+        if (m_length - m_position < 4 || m_position > m_length)
+            return ReadShort(value);
+        value = LittleEndian4(m_buffer + m_position);
+        m_position += 4;
+        return 4;
+    }
+    int Read(int& value) {
+        unsigned int bits = static_cast<unsigned int>(value);
+        const int count = Read(bits);
+        value = static_cast<int>(bits);
+        return count;
+    }
     int Read(float& value);
     int Read(short& value);
     int Read(unsigned short& value);
 
     // Writes n bytes from lpBuf (must not be null, even for n = 0) at the position, growing the
     // buffer by at least the grow-by when it runs out, and advances the position. Returns n.
-    int Write(const void* lpBuf, unsigned int n);
+    int Write(const void* lpBuf, unsigned int n) {
+        B_ASSERT(lpBuf);
+        if (m_capacity - m_position < n || m_position > m_capacity)
+            return WriteGrowing(lpBuf, n);
+        if (n != 0)
+            std::memcpy(m_buffer + m_position, lpBuf, n);
+        m_position += n;
+        if (m_position > m_length)
+            m_length = m_position;
+        return static_cast<int>(n);
+    }
     // Typed writes of the 4- or 2-byte little-endian image. Return the width.
     int Write(unsigned int value) { return WriteLittleEndian(4, value); }
     int Write(int value) { return WriteLittleEndian(4, static_cast<unsigned int>(value)); }
@@ -100,6 +133,13 @@ private:
     unsigned int m_allocated;
 
     int ReadLittleEndian(unsigned int width, unsigned int& bits);
+    // The 4-byte read when fewer than 4 bytes remain.
+    int ReadShort(unsigned int& value);
+    static unsigned int LittleEndian4(const unsigned char* p) {
+        return p[0] | p[1] << 8 | p[2] << 16 | static_cast<unsigned int>(p[3]) << 24;
+    }
+    // The raw write when the bytes do not fit in the capacity.
+    int WriteGrowing(const void* lpBuf, unsigned int n);
     // Inline while the bytes fit in the capacity, the common case of a run of scalar writes;
     // otherwise the growing byte write.
     int WriteLittleEndian(unsigned int width, unsigned int bits) {

@@ -83,27 +83,10 @@ BMetaData& BMetaData::operator=(const BMetaData& other) {
     return *this;
 }
 
-unsigned char* BMetaData::AllocatedArray() const {
-    unsigned char* array;
-    std::memcpy(&array, m_data, sizeof array);
-    return array;
-}
-
-void BMetaData::Initialize() {
-    if (m_size > kInlineSize)
-        delete[] AllocatedArray();
-    std::memset(m_data, 0, sizeof m_data);
-    m_size = 0;
-}
-
-void BMetaData::CreateDataBuff(unsigned int n) {
+void BMetaData::AllocateArray(unsigned int n) {
     static_assert(sizeof(unsigned char*) <= kInlineSize, "an array address must fit in m_data");
-    Initialize();
-    if (n > kInlineSize) {
-        unsigned char* array = new unsigned char[n]();
-        std::memcpy(m_data, &array, sizeof array);
-    }
-    m_size = n;
+    unsigned char* array = new unsigned char[n]();
+    std::memcpy(m_data, &array, sizeof array);
 }
 
 void BMetaData::SetData(const char* text) {
@@ -122,14 +105,6 @@ int BMetaData::CompareData(const unsigned char* p, unsigned int n) const {
     if (common == 0 || p == nullptr)
         return 1;
     return std::memcmp(p, GetDataPtr(), common);
-}
-
-unsigned char* BMetaData::GetDataPtr() {
-    return m_size > kInlineSize ? AllocatedArray() : m_data;
-}
-
-const unsigned char* BMetaData::GetDataPtr() const {
-    return m_size > kInlineSize ? AllocatedArray() : m_data;
 }
 
 int BMetaData::Read(BMemFile& file, short mode) {

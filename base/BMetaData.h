@@ -10,6 +10,8 @@
 // take them over.
 #pragma once
 
+#include <cstring>
+
 class BMemFile;
 
 class BMetaData {
@@ -35,9 +37,19 @@ public:
     BMetaData& operator=(BMetaData&& other) noexcept;
 
     // Releases the data and leaves the item empty.
-    void Initialize();
+    void Initialize() {
+        if (m_size > kInlineSize)
+            delete[] AllocatedArray();
+        std::memset(m_data, 0, sizeof m_data);
+        m_size = 0;
+    }
     // Releases the data and makes n zero bytes (inside for n <= 8, allocated above).
-    void CreateDataBuff(unsigned int n);
+    void CreateDataBuff(unsigned int n) {
+        Initialize();
+        if (n > kInlineSize)
+            AllocateArray(n);
+        m_size = n;
+    }
     // Stores text with its zero byte; null or the empty text gives the empty item.
     void SetData(const char* text);
     // Byte-wise comparison (memcmp order) of the first min(m_size, n) bytes at p against the
@@ -47,8 +59,10 @@ public:
 
     // Address of the data bytes: m_data itself up to 8 bytes, the allocated array above. Never
     // null.
-    unsigned char* GetDataPtr();
-    const unsigned char* GetDataPtr() const;
+    unsigned char* GetDataPtr() { return m_size > kInlineSize ? AllocatedArray() : m_data; }
+    const unsigned char* GetDataPtr() const {
+        return m_size > kInlineSize ? AllocatedArray() : m_data;
+    }
 
     // Reads an item record: a 4-byte size S, then S bytes. A missing size gives the empty item;
     // data bytes missing at the end of the stream stay zero. A size claiming more than
@@ -71,5 +85,11 @@ public:
     unsigned int m_size;
 
 private:
-    unsigned char* AllocatedArray() const;
+    // Above kInlineSize, m_data holds the address of the allocated array.
+    unsigned char* AllocatedArray() const {
+        unsigned char* array;
+        std::memcpy(&array, m_data, sizeof array);
+        return array;
+    }
+    void AllocateArray(unsigned int n);
 };

@@ -379,8 +379,7 @@ int BMetaDataTaggedList::Read(BMemFile& file, short mode) {
     for (unsigned int i = 0; i < count; ++i) {
         if (file.m_position >= file.m_length && pastEnd++ == kMaxItemsPastEnd)
             break;
-        BMetaDataTagged empty;
-        GetAt(AddTail(empty)).Read(file, mode);
+        AddTailDefault().Read(file, mode);
     }
     return static_cast<int>(GetCount());
 }

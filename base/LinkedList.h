@@ -99,16 +99,7 @@ public:
         LINKEDLIST_CHECK_THIS();
         Node* node = MakeNode(value);
         B_ASSERT(node);
-        ++m_count;
-        if (m_tail == nullptr) {
-            m_head = node;
-            m_tail = node;
-        } else {
-            node->prev = m_tail;
-            m_tail->next = node;
-            m_tail = node;
-        }
-        return ToPosition(node);
+        return LinkAtTail(node);
     }
 
     // Removes the node at pos, which must belong to this list. Null: false, nothing changes.
@@ -190,6 +181,28 @@ public:
     }
 
 protected:
+    // Appends a default element, made in its node rather than copied there; returns it.
+    T& AddTailDefault() {
+        LINKEDLIST_CHECK_THIS();
+        Node* node = new (std::nothrow) Node();
+        B_ASSERT(node);
+        LinkAtTail(node);
+        return node->value;
+    }
+    // Links an unlinked node after the tail.
+    __POSITION* LinkAtTail(Node* node) {
+        ++m_count;
+        if (m_tail == nullptr) {
+            m_head = node;
+            m_tail = node;
+        } else {
+            node->prev = m_tail;
+            m_tail->next = node;
+            m_tail = node;
+        }
+        return ToPosition(node);
+    }
+
     static Node* ToNode(__POSITION* pos) { return reinterpret_cast<Node*>(pos); }
     static __POSITION* ToPosition(Node* node) { return reinterpret_cast<__POSITION*>(node); }
 

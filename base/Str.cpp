@@ -55,15 +55,9 @@ void SetNextPooled(StrImplementation::SBlock* b, StrImplementation::SBlock* next
     std::memcpy(b->text(), &next, sizeof next);
 }
 
-} // namespace
-
-namespace StrImplementation {
-
-STR_Initializer oInitializer;
-Str gEmptyStr;
-signed char STR_Shutting = 0;
-
-SBlock* STR_get_block_rls(int capacity) {
+// The pool's side of STR_get_block_rls, inlined into the constructors that take a block.
+inline StrImplementation::SBlock* TakeBlock(int capacity) {
+    using StrImplementation::SBlock;
     // Callers pass capacities of the form 64*k - 1; forcing it here keeps a stray request from
     // receiving a smaller pooled block of the same chain.
     capacity = (capacity < 0 ? 0 : capacity) | 63;
@@ -90,6 +84,18 @@ SBlock* STR_get_block_rls(int capacity) {
     b->flags = 0;
     b->capacity = capacity;
     return b;
+}
+
+} // namespace
+
+namespace StrImplementation {
+
+STR_Initializer oInitializer;
+Str gEmptyStr;
+signed char STR_Shutting = 0;
+
+SBlock* STR_get_block_rls(int capacity) {
+    return TakeBlock(capacity);
 }
 
 void STR_rls_block_realrelease(SBlock* b) {
@@ -164,22 +170,16 @@ const char* STR_get_debugname() {
 using StrImplementation::SBlock;
 using StrImplementation::syncstr;
 
-void Str::NewFromString(const char* s, int prealloc, signed char mt) {
-    const std::size_t len = s ? std::strlen(s) : 0;
-    if (len > INT_MAX)
-        throw std::bad_alloc();
-    NewFromString(s, static_cast<int>(len), prealloc, mt);
-}
+namespace {
 
-void Str::NewFromString(const char* s, int len, int prealloc, signed char mt) {
+// The text pointer of a new block holding len characters from s, or the empty block's.
+inline char* NewText(const char* s, int len, int prealloc, signed char mt) {
     if (len < 0)
         len = 0;
     const int n = len > prealloc ? len : prealloc;
-    if (n <= 0) {
-        dptr = StrImplementation::oInitializer.text;
-        return;
-    }
-    SBlock* b = StrImplementation::STR_get_block_rls(n | 63);
+    if (n <= 0)
+        return StrImplementation::oInitializer.text;
+    SBlock* b = TakeBlock(n | 63);
     if (mt)
         b->flags |= 1;
     b->length = len;
@@ -187,7 +187,20 @@ void Str::NewFromString(const char* s, int len, int prealloc, signed char mt) {
     if (len > 0)
         std::memcpy(text, s, static_cast<std::size_t>(len));
     text[len] = 0;
-    dptr = text;
+    return text;
+}
+
+} // namespace
+
+void Str::NewFromString(const char* s, int prealloc, signed char mt) {
+    const std::size_t len = s ? std::strlen(s) : 0;
+    if (len > INT_MAX)
+        throw std::bad_alloc();
+    dptr = NewText(s, static_cast<int>(len), prealloc, mt);
+}
+
+void Str::NewFromString(const char* s, int len, int prealloc, signed char mt) {
+    dptr = NewText(s, len, prealloc, mt);
 }
 
 void Str::ConstructAt(Str* p, int n) {

@@ -8,10 +8,13 @@
 // conversions); '*' takes an int wherever printf takes one.
 #include "base/Str.h"
 
+#include <charconv>
 #include <climits>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <langinfo.h>
 #include <new>
 
 using StrImplementation::SBlock;
@@ -148,17 +151,53 @@ template <typename T> int Emit(TextBuf& out, const char* spec, const int* stars,
     }
 }
 
-// Appends to the string being formatted. The block the string held when formatting began is kept
-// alive until the end, so that arguments pointing into its text stay readable even after an
-// append has moved the string to a larger block.
+// Appends to the string being formatted. Short pieces are gathered in a local buffer and written
+// in one append; anything that reads the string (an error raised on it, a '!' argument, a string
+// argument taken from its own text) flushes first, so the string reads as if every piece had been
+// appended at once. The block the string held when formatting began is kept alive until the end,
+// so that arguments pointing into its text stay readable even after an append has moved the
+// string to a larger block.
 class Sink {
 public:
     Sink(Str& s, verifymt& vm) : s_(s), vm_(vm), origin_(s) {}
-    Str& str() { return s_; }
+    // The string with every piece so far appended.
+    Str& str() {
+        Flush();
+        return s_;
+    }
+    // True when p lies in the text area of the string's present block.
+    bool Aliases(const void* p) const {
+        const char* text = s_;
+        const auto b = reinterpret_cast<std::uintptr_t>(text);
+        const auto q = reinterpret_cast<std::uintptr_t>(p);
+        return q >= b && q <= b + static_cast<std::uintptr_t>(SBlock::of(text)->capacity);
+    }
 
     void Put(const char* p, std::size_t n) {
-        if (n == 0)
+        if (n <= sizeof(pending_) - used_) {
+            std::memcpy(pending_ + used_, p, n);
+            used_ += n;
             return;
+        }
+        Flush();
+        if (n <= sizeof(pending_)) {
+            std::memcpy(pending_, p, n);
+            used_ = n;
+        } else {
+            Append(p, n);
+        }
+    }
+
+    void Flush() {
+        if (used_ == 0)
+            return;
+        const std::size_t n = used_;
+        used_ = 0;
+        Append(pending_, n);
+    }
+
+private:
+    void Append(const char* p, std::size_t n) {
         const std::size_t len = static_cast<std::size_t>(s_.GetLength());
         if (len > kMaxLength || n > kMaxLength - len)
             throw std::bad_alloc();
@@ -171,12 +210,13 @@ public:
         s_.CoreAppendChars(p, static_cast<int>(n), vm_);
     }
 
-private:
     Str& s_;
     verifymt& vm_;
     const char* origin_;
     Str keep_;
     bool guarded_ = false;
+    std::size_t used_ = 0;
+    char pending_[256];
 };
 
 // The '*' arguments of one conversion, taken in order; more than two raises ecFormatStars.
@@ -210,7 +250,7 @@ bool IsDigit(char c) {
 // modifier, in that order. Anything else is not handed to the formatter.
 bool PrintfAccepts(const char* p, std::size_t len) {
     const char* end = p + len;
-    while (p < end && std::strchr("-+ 0#", *p))
+    while (p < end && (*p == '-' || *p == '+' || *p == ' ' || *p == '0' || *p == '#'))
         ++p;
     if (p < end && *p == '*')
         ++p;
@@ -263,6 +303,8 @@ void PutString(Sink& sink, TextBuf& spec, char letter, StrArgList& ap, signed ch
         s = nulltext;
         w = nullptr;
     }
+    if (sink.Aliases(s ? static_cast<const void*>(s) : w))
+        sink.Flush();
 
     long prec = -1;
     const char* dot = static_cast<const char*>(std::memchr(prefix, '.', plen));
@@ -303,6 +345,153 @@ char* Decimal(char* end, long long v, bool isSigned) {
     return p;
 }
 
+// Flags, width and precision of a conversion that printf's grammar accepts.
+struct Conversion {
+    bool minus = false, plus = false, space = false, zero = false, alt = false;
+    long width = 0;
+    long precision = -1; // -1: none given
+};
+
+// Widths and precisions beyond this are left to the C library, which sizes them itself.
+constexpr long kMaxNativeField = 4096;
+
+// Reads an accepted prefix; the '*' values come from stars in order, a negative width meaning '-'
+// and a negative precision meaning none, as printf reads them.
+Conversion ReadConversion(const char* p, std::size_t len, const int* stars) {
+    Conversion c;
+    const char* end = p + len;
+    int star = 0;
+    for (; p < end; ++p) {
+        if (*p == '-')
+            c.minus = true;
+        else if (*p == '+')
+            c.plus = true;
+        else if (*p == ' ')
+            c.space = true;
+        else if (*p == '0')
+            c.zero = true;
+        else if (*p == '#')
+            c.alt = true;
+        else
+            break;
+    }
+    const auto number = [&](long& out) {
+        out = 0;
+        for (; p < end && IsDigit(*p); ++p)
+            out = out < kMaxNativeField ? out * 10 + (*p - '0') : out;
+    };
+    if (p < end && *p == '*') {
+        const long w = stars[star++];
+        c.minus = c.minus || w < 0;
+        c.width = w < 0 ? -w : w;
+        ++p;
+    } else {
+        number(c.width);
+    }
+    if (p < end && *p == '.') {
+        ++p;
+        if (p < end && *p == '*') {
+            const int v = stars[star++];
+            c.precision = v < 0 ? -1 : v;
+            ++p;
+        } else {
+            number(c.precision);
+        }
+    }
+    return c;
+}
+
+// Appends head, zeros and body padded to the width, as printf lays out a number.
+void PutField(Sink& sink, const Conversion& c, const char* head, std::size_t nhead,
+              std::size_t zeros, const char* body, std::size_t nbody, bool zeroPad) {
+    const std::size_t used = nhead + zeros + nbody;
+    const std::size_t width = static_cast<std::size_t>(c.width);
+    const std::size_t pad = width > used ? width - used : 0;
+    char local[512];
+    TextBuf big;
+    char* out = local;
+    if (used + pad > sizeof(local)) {
+        if (!big.Reserve(used + pad + 1))
+            throw std::bad_alloc();
+        out = big.data();
+    }
+    char* q = out;
+    if (pad != 0 && !c.minus && !zeroPad)
+        q = static_cast<char*>(std::memset(q, ' ', pad)) + pad;
+    q = static_cast<char*>(std::memcpy(q, head, nhead)) + nhead;
+    if (pad != 0 && !c.minus && zeroPad)
+        zeros += pad;
+    q = static_cast<char*>(std::memset(q, '0', zeros)) + zeros;
+    q = static_cast<char*>(std::memcpy(q, body, nbody)) + nbody;
+    if (pad != 0 && c.minus)
+        q = static_cast<char*>(std::memset(q, ' ', pad)) + pad;
+    sink.Put(out, static_cast<std::size_t>(q - out));
+}
+
+// An integer conversion (d i u o x X) of the given magnitude and sign, laid out as printf does.
+void PutInteger(Sink& sink, const Conversion& c, char letter, unsigned long long magnitude,
+                bool negative) {
+    const int base = letter == 'o' ? 8 : (letter == 'x' || letter == 'X') ? 16 : 10;
+    char digits[32];
+    std::size_t n = static_cast<std::size_t>(
+        std::to_chars(digits, digits + sizeof(digits), magnitude, base).ptr - digits);
+    if (letter == 'X')
+        for (std::size_t i = 0; i < n; ++i)
+            digits[i] = digits[i] >= 'a' ? static_cast<char>(digits[i] - 'a' + 'A') : digits[i];
+    if (c.precision == 0 && magnitude == 0)
+        n = 0;
+    std::size_t zeros =
+        c.precision > static_cast<long>(n) ? static_cast<std::size_t>(c.precision) - n : 0;
+    char head[2];
+    std::size_t nhead = 0;
+    if (letter == 'd' || letter == 'i') {
+        if (negative)
+            head[nhead++] = '-';
+        else if (c.plus)
+            head[nhead++] = '+';
+        else if (c.space)
+            head[nhead++] = ' ';
+    } else if (c.alt && letter == 'o') {
+        // '#' makes the first digit of an octal number a zero.
+        if (zeros == 0 && (n == 0 || digits[0] != '0'))
+            zeros = 1;
+    } else if (c.alt && base == 16 && magnitude != 0) {
+        head[nhead++] = '0';
+        head[nhead++] = letter;
+    }
+    PutField(sink, c, head, nhead, zeros, digits, n, c.zero && !c.minus && c.precision < 0);
+}
+
+// True when this locale writes the decimal point as '.', as the shortest-path conversions do.
+bool PointIsDot() {
+    const char* radix = nl_langinfo(RADIXCHAR);
+    return radix[0] == '.' && radix[1] == 0;
+}
+
+// The fixed-point conversion of a finite double, laid out as printf does; false when it is left
+// to the C library (a precision too large for the local buffer, another decimal point).
+bool PutFixed(Sink& sink, const Conversion& c, double v) {
+    const long precision = c.precision < 0 ? 6 : c.precision;
+    if (!std::isfinite(v) || precision > 100 || !PointIsDot())
+        return false;
+    // The largest double has 309 integer digits; the precision adds at most 101 characters.
+    char text[448];
+    const std::to_chars_result r = std::to_chars(
+        text, text + sizeof(text) - 1, v, std::chars_format::fixed, static_cast<int>(precision));
+    if (r.ec != std::errc())
+        return false;
+    char* end = r.ptr;
+    if (c.alt && precision == 0)
+        *end++ = '.';
+    const bool negative = text[0] == '-';
+    const char* body = text + (negative ? 1 : 0);
+    const char head = negative ? '-' : c.plus ? '+' : ' ';
+    const std::size_t nhead = negative || c.plus || c.space ? 1 : 0;
+    PutField(sink, c, &head, nhead, 0, body, static_cast<std::size_t>(end - body),
+             c.zero && !c.minus);
+    return true;
+}
+
 // The conversions handed to the C library: integers, characters, floating values, pointers.
 void PutNumber(Sink& sink, TextBuf& spec, char letter, StrArgList& ap) {
     const std::size_t plen = spec.size() - 1;
@@ -321,6 +510,47 @@ void PutNumber(Sink& sink, TextBuf& spec, char letter, StrArgList& ap) {
     const int length = LengthClass(spec.data() + 1, plen);
     spec.Push(letter);
     const char* f = spec.data();
+
+    // The commonest conversions are laid out here; the rest, and every case these do not cover,
+    // go to the C library. That includes any spec with an h modifier: printf shapes those its own
+    // way (a float's zero flag survives a negative star width and pads on the right).
+    const bool shortModifier = std::memchr(spec.data() + 1, 'h', plen) != nullptr;
+    if (accepted && !shortModifier && length != 2 && letter != 'c' && letter != 'C' &&
+        letter != 'p') {
+        const Conversion c = ReadConversion(spec.data() + 1, plen, stars);
+        if (c.width < kMaxNativeField && c.precision < kMaxNativeField) {
+            if (letter == 'f') {
+                const double v = va_arg(ap.ap, double);
+                if (PutFixed(sink, c, v))
+                    return;
+                TextBuf out;
+                const int n = Emit(out, f, stars, nstars, v);
+                if (n > 0)
+                    sink.Put(out.data(), static_cast<std::size_t>(n));
+                return;
+            }
+            if (kClasses.Is(letter, kIntLetter)) {
+                const bool isSigned = letter == 'd' || letter == 'i';
+                unsigned long long magnitude;
+                bool negative = false;
+                if (length == 0) {
+                    const int v = va_arg(ap.ap, int);
+                    negative = isSigned && v < 0;
+                    magnitude = isSigned ? (negative ? 0ull - static_cast<unsigned long long>(v)
+                                                     : static_cast<unsigned long long>(v))
+                                         : static_cast<unsigned int>(v);
+                } else {
+                    const long v = va_arg(ap.ap, long);
+                    negative = isSigned && v < 0;
+                    magnitude = isSigned ? (negative ? 0ull - static_cast<unsigned long long>(v)
+                                                     : static_cast<unsigned long long>(v))
+                                         : static_cast<unsigned long>(v);
+                }
+                PutInteger(sink, c, letter, magnitude, negative);
+                return;
+            }
+        }
+    }
 
     TextBuf out;
     int n = -1;
@@ -377,6 +607,7 @@ int OneValue(Sink& sink, const char*& fmt, StrArgList& ap, signed char wide) {
 
     if (letter == '!') {
         const Str* s = va_arg(ap.ap, const Str*);
+        sink.Flush();
         if (s)
             sink.Put(*s, static_cast<std::size_t>(s->GetLength()));
         else
@@ -425,6 +656,8 @@ void Str::FmtPriorBuffer(const char* fmt, verifymt& vm) {
         s.Empty();
         return;
     }
+    // Every character counts 1, a '%' 128 when a string conversion letter follows it and 32
+    // otherwise.
     long long estimate = 0;
     for (const char* p = fmt; *p != 0 && estimate < kMaxEstimate; ++p)
         estimate += *p != '%' ? 1 : (p[1] == 's' || p[1] == 'S') ? 128 : 32;
@@ -445,21 +678,25 @@ void Str::FormatCore(const char* fmt, verifymt& vm, StrArgList& ap, signed char 
     }
     Sink sink(s, vm);
     while (*fmt != 0) {
-        const char* pct = std::strchr(fmt, '%');
-        if (!pct) {
-            sink.Put(fmt, std::strlen(fmt));
-            return;
-        }
+        // Literal runs between conversions are short: a plain walk costs less than a call.
+        const char* pct = fmt;
+        while (*pct != 0 && *pct != '%')
+            ++pct;
         sink.Put(fmt, static_cast<std::size_t>(pct - fmt));
+        if (*pct == 0)
+            break;
         fmt = pct + 1;
         if (!OneValue(sink, fmt, ap, wide))
-            return;
+            break;
     }
+    sink.Flush();
 }
 
 int Str::FmtOneValue(const char*& fmt, verifymt& vm, StrArgList& ap, signed char wide) {
     Sink sink(*vm.str, vm);
-    return OneValue(sink, fmt, ap, wide);
+    const int done = OneValue(sink, fmt, ap, wide);
+    sink.Flush();
+    return done;
 }
 
 void Str::FormatVaArg(const char* fmt, StrArgList& ap, signed char wide) {

@@ -1,7 +1,10 @@
 #include "base/StrList.h"
 
 #include "base/BFilename.h"
+#include "base/internal/SortOrder.h"
 
+#include <algorithm>
+#include <cstring>
 #include <vector>
 
 __POSITION* StrList::Find(const char* text) {
@@ -35,23 +38,36 @@ void StrList::Combine(StrList& other, int unique) {
 }
 
 void StrList::Sort() {
-    Node* head = NodeAt(GetHeadPosition());
+    // Each element's text is parsed once: the file name is its key, and the storage string, kept
+    // in one shared buffer, is what the element becomes if it moves. A moved element's storage
+    // string is written into its own block where it fits, so the sort takes little fresh memory.
     BFilename parsed;
-    std::vector<Str> keys;
-    keys.reserve(m_count);
-    for (Node* node = head; node; node = node->next) {
-        parsed.SetStorageString(node->value);
-        keys.push_back(parsed.GetFileName());
+    StrImplementation::CaseOrder keys(m_count);
+    std::vector<Node*> nodes;
+    nodes.reserve(m_count);
+    // Reserved generously, so that the texts are rarely copied as they grow (pages never written
+    // are never touched), but bounded, since this is only a hint.
+    std::vector<char> storage;
+    storage.reserve(std::min<std::size_t>(m_count, std::size_t{1} << 20) * 64);
+    std::vector<std::size_t> at;
+    at.reserve(m_count);
+    for (Node* node = NodeAt(GetHeadPosition()); node; node = node->next)
+        nodes.push_back(node);
+    // The texts of a long list lie all over memory: the ones a few steps ahead are fetched while
+    // the present one is parsed.
+    constexpr std::size_t kAhead = 8;
+    for (std::size_t i = 0; i < nodes.size(); ++i) {
+        if (i + kAhead < nodes.size())
+            __builtin_prefetch(static_cast<const char*>(nodes[i + kAhead]->value));
+        parsed.SetStorageString(nodes[i]->value);
+        keys.Add(parsed.GetFileName());
+        const Str text = parsed.GetStorageString();
+        const char* p = text;
+        at.push_back(storage.size());
+        storage.insert(storage.end(), p, p + std::strlen(p) + 1);
     }
-    Str moved;
-    SortByKeys(
-        keys,
-        [](const Str& a, const Str& b) { return StrImplementation::STR_stricmp_ex(a, b) < 0; },
-        [&](Str& old) -> Str& {
-            parsed.SetStorageString(old);
-            moved = parsed.GetStorageString();
-            return moved;
-        });
+    ApplyOrder(nodes, keys.Order(),
+               [&](std::size_t i, Str& moved) { moved.Copy_Native(storage.data() + at[i]); });
 }
 
 void SortStringList(StrList* list) {

@@ -5,13 +5,18 @@
 // byte as an unsigned char; ordering compares bytes as signed chars, so bytes 128-255 sort before
 // the ASCII range.
 #include "base/Str.h"
+#include "base/internal/SortOrder.h"
 
+#include <algorithm>
 #include <cctype>
 #include <climits>
 #include <clocale>
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
+#if defined(__x86_64__) && defined(__GNUC__)
+#include <immintrin.h>
+#endif
 #include <new>
 #include <string>
 #include <vector>
@@ -89,53 +94,155 @@ bool SearchedTextEnd(const char* from, const char* to) {
     return std::memchr(from, 0, static_cast<std::size_t>(to - from)) != nullptr;
 }
 
-// Where the lower-case copy of the text would hold the lower-case needle (m > 0 bytes), searching
-// from start, which lies in the text's first zero-free run: the first match at or after start and
-// before the next zero byte, or -1. Found in place: candidates for the first character are the
-// bytes that lower to it (usually one letter in both cases), each found with memchr, and the
-// rest is compared through the case table.
-long FindLowered(const char* text, long len, const char* needle, std::size_t m, long start) {
-    const CaseMap lower(false);
-    char firsts[2];
-    int nFirsts = 0;
-    for (int c = 1; c < 256 && nFirsts <= 2; ++c) {
-        if (lower(static_cast<unsigned char>(c)) == U(needle[0])) {
-            if (nFirsts < 2)
-                firsts[nFirsts] = static_cast<char>(c);
-            ++nFirsts;
+// True when the text at p begins with s (non-empty, no zero byte). The comparison stops at the
+// first difference, so it never reads past the text's terminator.
+inline bool StartsWith(const char* p, const char* s) {
+    std::size_t j = 1;
+    while (s[j] != 0 && p[j] == s[j])
+        ++j;
+    return s[j] == 0;
+}
+
+// The first s (non-empty, no zero byte) in text at or after from, where the search ends at the
+// first zero byte; -1 when there is none. A match can never run past that zero, so no other bound
+// is needed: one pass over the text finds both the candidates and the end.
+long ScanPortable(const char* text, long from, const char* s) {
+    for (const char* p = text + from;; ++p) {
+        p = std::strchr(p, s[0]);
+        if (!p)
+            return -1;
+        if (StartsWith(p, s))
+            return p - text;
+    }
+}
+
+#if defined(__x86_64__) && defined(__GNUC__)
+// The 64 aligned bytes at at, zero exactly where a byte equals f's or is a zero byte.
+__attribute__((target("avx512bw"), always_inline)) inline __m512i Marks(const char* at, __m512i f) {
+    const __m512i v = _mm512_load_si512(at);
+    return _mm512_min_epu8(_mm512_xor_si512(v, f), v);
+}
+
+// The same scan 256 bytes at a time: one test per 256 bytes tells whether they hold the first
+// character or a zero byte, and only then are the candidates taken one by one. Loads are aligned
+// and stay within the len + 1 bytes of text and terminator.
+__attribute__((target("avx512bw"))) long ScanWide(const char* text, long from, long len,
+                                                  const char* s) {
+    const char* p = text + from;
+    const char* const stop = text + len + 1;
+    const char first = s[0];
+    for (; (reinterpret_cast<std::uintptr_t>(p) & 63) != 0; ++p) {
+        if (p >= stop || *p == 0)
+            return -1;
+        if (*p == first && StartsWith(p, s))
+            return p - text;
+    }
+    const __m512i f = _mm512_set1_epi8(first);
+    for (; p + 256 <= stop; p += 256) {
+        const __m512i all = _mm512_min_epu8(_mm512_min_epu8(Marks(p, f), Marks(p + 64, f)),
+                                            _mm512_min_epu8(Marks(p + 128, f), Marks(p + 192, f)));
+        if (_mm512_testn_epi8_mask(all, all) == 0)
+            continue;
+        for (const char* block = p; block < p + 256; block += 64) {
+            const __m512i m = Marks(block, f);
+            for (std::uint64_t k = _mm512_testn_epi8_mask(m, m); k != 0; k &= k - 1) {
+                const char* c = block + __builtin_ctzll(k);
+                if (*c == 0)
+                    return -1;
+                if (StartsWith(c, s))
+                    return c - text;
+            }
         }
     }
-    const long last = len - static_cast<long>(m);
+    return ScanPortable(text, p - text, s);
+}
+
+bool HaveWideScan() {
+    static const bool have = __builtin_cpu_supports("avx512bw");
+    return have;
+}
+#endif
+
+// The text search on a text of len characters whose terminator is at len.
+long ScanText(const char* text, long from, long len, const char* s) {
+#if defined(__x86_64__) && defined(__GNUC__)
+    if (HaveWideScan())
+        return ScanWide(text, from, len, s);
+#endif
+    (void)len;
+    return ScanPortable(text, from, s);
+}
+
+// The no-case text search: where the lower-case copy of a text would hold the lower-case needle,
+// found in place. Candidates for the first character are the bytes that lower to it (usually one
+// letter in both cases), each found with memchr, and the rest is compared through the case table.
+// One finder serves a series of searches over the same unchanged text, so the candidates found
+// ahead by one search are reused by the next.
+class LoweredFinder {
+public:
+    LoweredFinder(const char* text, long len, const char* needle, std::size_t m)
+        : text_(text), len_(len), needle_(needle), m_(m), lower_(false) {
+        for (int c = 1; c < 256 && nFirsts_ <= 2; ++c) {
+            if (lower_(static_cast<unsigned char>(c)) == U(needle[0])) {
+                if (nFirsts_ < 2)
+                    firsts_[nFirsts_] = static_cast<char>(c);
+                ++nFirsts_;
+            }
+        }
+    }
+
+    // The first match at or after start (which lies in the text's first zero-free run) and before
+    // the next zero byte, or -1.
+    long Next(long start) {
+        const long last = len_ - static_cast<long>(m_);
+        for (long i = start; i <= last;) {
+            long at = LONG_MAX;
+            if (nFirsts_ <= 2) {
+                for (int k = 0; k < nFirsts_; ++k) {
+                    if (nextAt_[k] < i) {
+                        const void* hit = std::memchr(text_ + i, firsts_[k],
+                                                      static_cast<std::size_t>(last - i) + 1);
+                        nextAt_[k] = hit ? static_cast<const char*>(hit) - text_ : LONG_MAX;
+                    }
+                    at = nextAt_[k] < at ? nextAt_[k] : at;
+                }
+            } else {
+                for (long j = i; j <= last && at == LONG_MAX; ++j)
+                    if (lower_(U(text_[j])) == U(needle_[0]))
+                        at = j;
+            }
+            if (at == LONG_MAX)
+                return -1;
+            const char* p = text_ + at;
+            std::size_t j = 1;
+            while (j < m_ && lower_(U(p[j])) == U(needle_[j]))
+                ++j;
+            if (j == m_)
+                return SearchedTextEnd(text_ + start, p) ? -1 : at;
+            i = at + 1;
+        }
+        return -1;
+    }
+
+private:
+    const char* text_;
+    long len_;
+    const char* needle_;
+    std::size_t m_;
+    CaseMap lower_;
+    char firsts_[2] = {0, 0};
+    int nFirsts_ = 0;
     // Offset of the next candidate of each first byte: below the scan position it is out of date,
     // LONG_MAX means there is none left.
-    long nextAt[2] = {-1, -1};
-    for (long i = start; i <= last;) {
-        long at = LONG_MAX;
-        if (nFirsts <= 2) {
-            for (int k = 0; k < nFirsts; ++k) {
-                if (nextAt[k] < i) {
-                    const void* hit =
-                        std::memchr(text + i, firsts[k], static_cast<std::size_t>(last - i) + 1);
-                    nextAt[k] = hit ? static_cast<const char*>(hit) - text : LONG_MAX;
-                }
-                at = nextAt[k] < at ? nextAt[k] : at;
-            }
-        } else {
-            for (long j = i; j <= last && at == LONG_MAX; ++j)
-                if (lower(U(text[j])) == U(needle[0]))
-                    at = j;
-        }
-        if (at == LONG_MAX)
-            return -1;
-        const char* p = text + at;
-        std::size_t j = 1;
-        while (j < m && lower(U(p[j])) == U(needle[j]))
-            ++j;
-        if (j == m)
-            return SearchedTextEnd(text + start, p) ? -1 : at;
-        i = at + 1;
-    }
-    return -1;
+    long nextAt_[2] = {-1, -1};
+};
+
+// The 8 bytes at p as one number whose order is theirs as a byte string.
+std::uint64_t BigEndian8(const unsigned char* p) {
+    std::uint64_t v = 0;
+    for (int i = 0; i < 8; ++i)
+        v = v << 8 | p[i];
+    return v;
 }
 
 // Whole-text number check: the parse must have consumed every character of the text.
@@ -215,6 +322,112 @@ int STR_strnicmp(const char* a, const char* b, int n) {
     return 0;
 }
 
+// Keys whose folded tails are reserved up front, at most.
+constexpr std::size_t kReserveKeys = std::size_t{1} << 20;
+// Folded bytes an entry holds itself; only a longer key keeps the rest in folded_.
+constexpr std::size_t kInEntry = 16;
+
+// Folded bytes: the upper-case mapping as a signed char, moved to unsigned order. Folded keys
+// compare with memcmp, a shorter key first when one is a prefix of the other, exactly as
+// STR_stricmp compares the keys. An entry holds the first 16 folded bytes as two big-endian
+// numbers, which settle most comparisons; the tails of longer keys wait in folded_.
+CaseOrder::CaseOrder(std::size_t expected) {
+    entries_.reserve(expected);
+    offsets_.reserve(expected);
+    // Generous, so that the tails are rarely copied as they grow (pages never written are never
+    // touched), but bounded, since this is only a hint.
+    folded_.reserve(std::min<std::size_t>(expected, kReserveKeys) * 32);
+}
+
+void CaseOrder::Fold(const char* text, std::size_t n) {
+    const CaseMap map(true);
+    const std::size_t at = folded_.size();
+    folded_.resize(at + n);
+    unsigned char* out = folded_.data() + at;
+    for (std::size_t j = 0; j < n; ++j)
+        out[j] = static_cast<unsigned char>(UpperForOrdering(map, text[j])) ^ 0x80u;
+}
+
+void CaseOrder::Close(std::size_t offset) {
+    const std::size_t length = folded_.size() - offset;
+    // Keys are the texts of strings, whose lengths are ints; the element count is 32-bit too, and
+    // so are the offsets of the tails.
+    if (length > UINT32_MAX || entries_.size() >= UINT32_MAX || offset > UINT32_MAX)
+        throw std::bad_alloc();
+    unsigned char* key = folded_.data() + offset;
+    std::uint64_t head = 0, next = 0;
+    for (std::size_t j = 0; j < length && j < 8; ++j)
+        head |= static_cast<std::uint64_t>(key[j]) << (56 - 8 * j);
+    for (std::size_t j = 8; j < length && j < kInEntry; ++j)
+        next |= static_cast<std::uint64_t>(key[j]) << (56 - 8 * (j - 8));
+    entries_.push_back({head, next, static_cast<std::uint32_t>(entries_.size()),
+                        static_cast<std::uint32_t>(length)});
+    offsets_.push_back(static_cast<std::uint32_t>(offset));
+    // Only the tail stays.
+    const std::size_t tail = length > kInEntry ? length - kInEntry : 0;
+    if (tail != 0)
+        std::memmove(key, key + kInEntry, tail);
+    folded_.resize(offset + tail);
+}
+
+void CaseOrder::Add(const char* key) {
+    const std::size_t offset = folded_.size();
+    if (key)
+        Fold(key, std::strlen(key));
+    Close(offset);
+}
+
+void CaseOrder::AddJoined(const Str* const* parts, int count, char separator) {
+    const std::size_t offset = folded_.size();
+    for (int i = 0; i < count; ++i) {
+        if (i > 0) {
+            if (separator == 0)
+                break;
+            Fold(&separator, 1);
+        }
+        const std::size_t length = static_cast<std::size_t>(parts[i]->GetLength());
+        const std::size_t n = strnlen(*parts[i], length);
+        Fold(*parts[i], n);
+        if (n < length)
+            break;
+    }
+    Close(offset);
+}
+
+std::vector<std::uint32_t> CaseOrder::Order() {
+    const unsigned char* base = folded_.data();
+    const std::uint32_t* offsets = offsets_.data();
+    // Equal keys are ordered by their index, which makes the order total: an in-place sort then
+    // gives the stable order without a merge buffer.
+    std::sort(entries_.begin(), entries_.end(), [base, offsets](const Entry& a, const Entry& b) {
+        if (a.head != b.head)
+            return a.head < b.head;
+        if (a.next != b.next)
+            return a.next < b.next;
+        // Equal beginnings: the tails of keys that share a long one (a folder)
+        // are compared 8 bytes at a time.
+        if (a.length <= kInEntry || b.length <= kInEntry)
+            return a.length != b.length ? a.length < b.length : a.index < b.index;
+        const std::size_t common = (a.length < b.length ? a.length : b.length) - kInEntry;
+        const unsigned char* p = base + offsets[a.index];
+        const unsigned char* q = base + offsets[b.index];
+        std::size_t at = 0;
+        for (; at + 8 <= common; at += 8) {
+            const std::uint64_t x = BigEndian8(p + at), y = BigEndian8(q + at);
+            if (x != y)
+                return x < y;
+        }
+        for (; at < common; ++at)
+            if (p[at] != q[at])
+                return p[at] < q[at];
+        return a.length != b.length ? a.length < b.length : a.index < b.index;
+    });
+    std::vector<std::uint32_t> order(entries_.size());
+    for (std::size_t r = 0; r < order.size(); ++r)
+        order[r] = entries_[r].index;
+    return order;
+}
+
 // --- Case conversion -----------------------------------------------------------------------
 
 void STR_ToUpper(char* s, unsigned int n) {
@@ -257,13 +470,11 @@ int STR_ReplaceCore(Str& str, const char* find, const char* repl, signed char no
         STR_ToLower(lowFind.data(), static_cast<unsigned int>(m));
     }
     std::vector<int> at;
+    // Every search starts inside the first zero-free run, where the no-case search needs no
+    // lower-case copy of the text.
+    LoweredFinder lowered(str, str.GetLength(), lowFind.c_str(), static_cast<std::size_t>(m));
     for (int from = 0; from <= str.GetLength() - m;) {
-        // Every search starts inside the first zero-free run, where the no-case search needs no
-        // lower-case copy of the text.
-        const int found = nocase
-                              ? static_cast<int>(FindLowered(str, str.GetLength(), lowFind.c_str(),
-                                                             static_cast<std::size_t>(m), from))
-                              : str.Find(find, from);
+        const int found = nocase ? static_cast<int>(lowered.Next(from)) : str.Find(find, from);
         if (found < 0)
             break;
         at.push_back(found);
@@ -414,19 +625,11 @@ int Str::Find(const char* s, int start) const {
         Error(ecIndexRange);
     if (!s || *s == 0)
         return -1;
-    const std::size_t m = std::strlen(s);
-    const long last = static_cast<long>(GetLength()) - static_cast<long>(m);
-    for (long i = start; i <= last;) {
-        // Candidates end at last: past it the rest cannot hold s.
-        const void* hit = std::memchr(dptr + i, s[0], static_cast<std::size_t>(last - i) + 1);
-        if (!hit)
-            return -1;
-        const char* p = static_cast<const char*>(hit);
-        if (m == 1 || std::memcmp(p + 1, s + 1, m - 1) == 0)
-            return SearchedTextEnd(dptr + start, p) ? -1 : static_cast<int>(p - dptr);
-        i = p - dptr + 1;
-    }
-    return -1;
+    const long len = GetLength();
+    // A start past the last place s could begin finds nothing, and is never read from.
+    if (static_cast<long>(strnlen(s, static_cast<std::size_t>(len) + 1)) > len - start)
+        return -1;
+    return static_cast<int>(ScanText(dptr, start, len, s));
 }
 
 int Str::FindNoCase(const char* s, int start) const {
@@ -438,7 +641,7 @@ int Str::FindNoCase(const char* s, int start) const {
     StrImplementation::STR_ToLower(needle.get(), static_cast<unsigned int>(m));
     const long len = GetLength();
     if (start >= 0 && m > 0 && !SearchedTextEnd(dptr, dptr + (start < len ? start : len)))
-        return static_cast<int>(FindLowered(dptr, len, needle.get(), m, start));
+        return static_cast<int>(LoweredFinder(dptr, len, needle.get(), m).Next(start));
     // Outside the text's first zero-free run the lower-case copy may differ from the text beyond
     // it; the range error names that copy too. Search the copy itself.
     Str lower(*this);

@@ -1,6 +1,6 @@
 // Sorting lists of filenames: the list sorts (StrList by file name, BFilenameList by storage
-// string) against std::stable_sort of the same precomputed keys. Lists are shuffled so that most
-// elements have to move, the costly case for the lists.
+// string) against std::stable_sort of the same keys, precomputed as std::string. Lists are
+// shuffled so that most elements have to move, the costly case for the lists.
 #include "base/BFilename.h"
 #include "base/BFilenameList.h"
 #include "base/StrList.h"
@@ -30,8 +30,8 @@ std::vector<std::string> Paths(std::size_t n) {
     return out;
 }
 
-bool IgnoreCaseLess(const Str& a, const Str& b) {
-    return StrImplementation::STR_stricmp_ex(a, b) < 0;
+bool IgnoreCaseLess(const std::string& a, const std::string& b) {
+    return StrImplementation::STR_stricmp_ex(a.c_str(), b.c_str()) < 0;
 }
 
 void StrListSort_List(benchmark::State& state) {
@@ -51,25 +51,23 @@ void StrListSort_List(benchmark::State& state) {
         owner.reset();
         state.ResumeTiming();
     }
-    state.SetComplexityN(state.range(0));
 }
 
 void StrListSort_Std(benchmark::State& state) {
     const std::vector<std::string> paths = Paths(static_cast<std::size_t>(state.range(0)));
-    std::vector<Str> keys;
+    std::vector<std::string> keys;
     BFilename parsed;
     for (const std::string& path : paths) {
         parsed.SetStorageString(path.c_str());
-        keys.push_back(parsed.GetFileName());
+        keys.emplace_back(parsed.GetFileName());
     }
     for (auto _ : state) {
         state.PauseTiming();
-        std::vector<Str> work = keys;
+        std::vector<std::string> work = keys;
         state.ResumeTiming();
         std::stable_sort(work.begin(), work.end(), IgnoreCaseLess);
         benchmark::DoNotOptimize(work.data());
     }
-    state.SetComplexityN(state.range(0));
 }
 
 void BFilenameListSort_List(benchmark::State& state) {
@@ -90,46 +88,32 @@ void BFilenameListSort_List(benchmark::State& state) {
         owner.reset();
         state.ResumeTiming();
     }
-    state.SetComplexityN(state.range(0));
 }
 
 void BFilenameListSort_Std(benchmark::State& state) {
     const std::vector<std::string> paths = Paths(static_cast<std::size_t>(state.range(0)));
-    std::vector<Str> keys;
+    std::vector<std::string> keys;
     BFilename name;
     for (const std::string& path : paths) {
         name.SetPath(path.c_str());
-        keys.push_back(name.GetStorageString());
+        keys.emplace_back(name.GetStorageString());
     }
     for (auto _ : state) {
         state.PauseTiming();
-        std::vector<Str> work = keys;
+        std::vector<std::string> work = keys;
         state.ResumeTiming();
         std::stable_sort(work.begin(), work.end(), IgnoreCaseLess);
         benchmark::DoNotOptimize(work.data());
     }
-    state.SetComplexityN(state.range(0));
 }
 
 } // namespace
 
-BENCHMARK(StrListSort_List)
-    ->RangeMultiplier(10)
-    ->Range(1000, 100000)
-    ->Complexity()
-    ->Unit(benchmark::kMillisecond);
-BENCHMARK(StrListSort_Std)
-    ->RangeMultiplier(10)
-    ->Range(1000, 100000)
-    ->Complexity()
-    ->Unit(benchmark::kMillisecond);
+BENCHMARK(StrListSort_List)->Arg(2000)->Arg(20000)->Arg(100000)->Unit(benchmark::kMillisecond);
+BENCHMARK(StrListSort_Std)->Arg(2000)->Arg(20000)->Arg(100000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BFilenameListSort_List)
-    ->RangeMultiplier(10)
-    ->Range(1000, 100000)
-    ->Complexity()
+    ->Arg(2000)
+    ->Arg(20000)
+    ->Arg(100000)
     ->Unit(benchmark::kMillisecond);
-BENCHMARK(BFilenameListSort_Std)
-    ->RangeMultiplier(10)
-    ->Range(1000, 100000)
-    ->Complexity()
-    ->Unit(benchmark::kMillisecond);
+BENCHMARK(BFilenameListSort_Std)->Arg(2000)->Arg(20000)->Arg(100000)->Unit(benchmark::kMillisecond);

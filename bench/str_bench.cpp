@@ -149,7 +149,9 @@ void Concat100_Std(benchmark::State& state) {
 
 // --- Searching --------------------------------------------------------------------------------
 
-void FindText1M_Str(benchmark::State& state) {
+// The needle's first character is frequent in the text ('n', one letter in 32), so most of the
+// work is checking candidates.
+void FindFrequent1M_Str(benchmark::State& state) {
     const Str text(Haystack().c_str());
     int at = 0;
     for (auto _ : state) {
@@ -160,7 +162,7 @@ void FindText1M_Str(benchmark::State& state) {
         state.SkipWithError("text not found at the end");
 }
 
-void FindText1M_Std(benchmark::State& state) {
+void FindFrequent1M_Std(benchmark::State& state) {
     const std::string& text = Haystack();
     std::size_t at = 0;
     for (auto _ : state) {
@@ -168,6 +170,35 @@ void FindText1M_Std(benchmark::State& state) {
         benchmark::DoNotOptimize(at);
     }
     if (at != text.size() - 6)
+        state.SkipWithError("text not found at the end");
+}
+
+// The needle's first character occurs nowhere before the end, so the work is one scan.
+const char kRareNeedle[] = "#needle";
+const std::string& RareHaystack() {
+    static const std::string text = Haystack() + kRareNeedle;
+    return text;
+}
+
+void FindRare1M_Str(benchmark::State& state) {
+    const Str text(RareHaystack().c_str());
+    int at = 0;
+    for (auto _ : state) {
+        at = text.Find(kRareNeedle, 0);
+        benchmark::DoNotOptimize(at);
+    }
+    if (at != text.GetLength() - 7)
+        state.SkipWithError("text not found at the end");
+}
+
+void FindRare1M_Std(benchmark::State& state) {
+    const std::string& text = RareHaystack();
+    std::size_t at = 0;
+    for (auto _ : state) {
+        at = text.find(kRareNeedle, 0);
+        benchmark::DoNotOptimize(at);
+    }
+    if (at != text.size() - 7)
         state.SkipWithError("text not found at the end");
 }
 
@@ -207,14 +238,20 @@ void FindNoCase1M_Std(benchmark::State& state) {
 
 // --- Formatting -------------------------------------------------------------------------------
 
+// The mixed conversions of everyday messages: a decimal, a string, a hexadecimal and a fixed-point
+// number.
+const char kFormat[] = "%d items in %s, batch %08x, at %.2f each";
+
 void Format_Str(benchmark::State& state) {
     int items = 42;
     const char* where = "the basket";
+    unsigned int batch = 0xbeef;
     double price = 3.14159;
     for (auto _ : state) {
         benchmark::DoNotOptimize(items);
+        benchmark::DoNotOptimize(price);
         Str s;
-        s.Format("%d items in %s at %.2f", items, where, price);
+        s.Format(kFormat, items, where, batch, price);
         benchmark::DoNotOptimize(s);
     }
 }
@@ -222,11 +259,13 @@ void Format_Str(benchmark::State& state) {
 void Format_Std(benchmark::State& state) {
     int items = 42;
     const char* where = "the basket";
+    unsigned int batch = 0xbeef;
     double price = 3.14159;
     for (auto _ : state) {
         benchmark::DoNotOptimize(items);
+        benchmark::DoNotOptimize(price);
         char buf[128];
-        const int n = std::snprintf(buf, sizeof buf, "%d items in %s at %.2f", items, where, price);
+        const int n = std::snprintf(buf, sizeof buf, kFormat, items, where, batch, price);
         std::string s(buf, static_cast<std::size_t>(n));
         benchmark::DoNotOptimize(s);
     }
@@ -234,21 +273,28 @@ void Format_Std(benchmark::State& state) {
 
 // --- Tokens -----------------------------------------------------------------------------------
 
-const std::string& CommaText() {
+// 64 KiB of comma-separated records, one a line: a number, a word, a price, a short code.
+const char kCsvDelimiters[] = ",\n";
+const std::string& Csv() {
     static const std::string text = [] {
-        std::string s = Letters(1u << 20, 5);
-        std::replace(s.begin(), s.end(), ' ', ',');
+        std::mt19937 rng(5);
+        std::string s;
+        while (s.size() < 64 * 1024) {
+            s += std::to_string(rng() % 100000) + ',' + Letters(3 + rng() % 10, rng()) + ',' +
+                 std::to_string(rng() % 1000) + '.' + std::to_string(rng() % 100) + ",X" +
+                 std::to_string(rng() % 10) + '\n';
+        }
         return s;
     }();
     return text;
 }
 
-void Tokenize1M_Str(benchmark::State& state) {
-    const Str text(CommaText().c_str());
+void Tokenize64K_Str(benchmark::State& state) {
+    const Str text(Csv().c_str());
     for (auto _ : state) {
         int pos = 0, count = 0;
         while (pos >= 0) {
-            Str token = text.Tokenize(",", pos);
+            Str token = text.Tokenize(kCsvDelimiters, pos);
             benchmark::DoNotOptimize(token);
             ++count;
         }
@@ -256,19 +302,19 @@ void Tokenize1M_Str(benchmark::State& state) {
     }
 }
 
-void Tokenize1M_Std(benchmark::State& state) {
-    const std::string_view text(CommaText());
+void Tokenize64K_Std(benchmark::State& state) {
+    const std::string& text = Csv();
     for (auto _ : state) {
         int count = 0;
         std::size_t pos = 0;
         while (pos < text.size()) {
-            const std::size_t start = text.find_first_not_of(',', pos);
-            if (start == std::string_view::npos)
+            const std::size_t start = text.find_first_not_of(kCsvDelimiters, pos);
+            if (start == std::string::npos)
                 break;
-            std::size_t end = text.find(',', start);
-            if (end == std::string_view::npos)
+            std::size_t end = text.find_first_of(kCsvDelimiters, start);
+            if (end == std::string::npos)
                 end = text.size();
-            std::string_view token = text.substr(start, end - start);
+            std::string token = text.substr(start, end - start);
             benchmark::DoNotOptimize(token);
             ++count;
             pos = end;
@@ -361,6 +407,41 @@ void ReplaceAll64K_Std(benchmark::State& state) {
     }
 }
 
+// Replacing a word in 1 MiB and 4 MiB of text without regard to case, against the exact-case
+// replace of the same word in the same text: the no-case form must stay linear too.
+const std::string& Words(std::size_t size) {
+    static std::string texts[2];
+    std::string& s = texts[size > (1u << 20)];
+    if (s.empty()) {
+        std::mt19937 rng(11);
+        static const char* const words[] = {"The ", "dog ", "sat ", "on ",
+                                            "the ", "mat ", "and ", "slept "};
+        while (s.size() < size)
+            s += words[rng() % 8];
+    }
+    return s;
+}
+
+void ReplaceWord(benchmark::State& state, signed char nocase) {
+    const Str source(Words(static_cast<std::size_t>(state.range(0))).c_str());
+    int n = 0;
+    for (auto _ : state) {
+        Str s(source);
+        n = StrImplementation::STR_ReplaceCore(s, "the", "a cat", nocase);
+        benchmark::DoNotOptimize(s);
+    }
+    if (n == 0)
+        state.SkipWithError("nothing replaced");
+}
+
+void ReplaceNoCase_Str(benchmark::State& state) {
+    ReplaceWord(state, 1);
+}
+
+void ReplaceExact_Str(benchmark::State& state) {
+    ReplaceWord(state, 0);
+}
+
 } // namespace
 
 BENCHMARK(Copy10_Str);
@@ -373,17 +454,21 @@ BENCHMARK(BuildByChar64K_Str)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BuildByChar64K_Std)->Unit(benchmark::kMicrosecond);
 BENCHMARK(Concat100_Str);
 BENCHMARK(Concat100_Std);
-BENCHMARK(FindText1M_Str)->Unit(benchmark::kMicrosecond);
-BENCHMARK(FindText1M_Std)->Unit(benchmark::kMicrosecond);
+BENCHMARK(FindFrequent1M_Str)->Unit(benchmark::kMicrosecond);
+BENCHMARK(FindFrequent1M_Std)->Unit(benchmark::kMicrosecond);
+BENCHMARK(FindRare1M_Str)->Unit(benchmark::kMicrosecond);
+BENCHMARK(FindRare1M_Std)->Unit(benchmark::kMicrosecond);
 BENCHMARK(FindNoCase1M_Str)->Unit(benchmark::kMicrosecond);
 BENCHMARK(FindNoCase1M_Std)->Unit(benchmark::kMicrosecond);
 BENCHMARK(Format_Str);
 BENCHMARK(Format_Std);
-BENCHMARK(Tokenize1M_Str)->Unit(benchmark::kMicrosecond);
-BENCHMARK(Tokenize1M_Std)->Unit(benchmark::kMicrosecond);
+BENCHMARK(Tokenize64K_Str)->Unit(benchmark::kMicrosecond);
+BENCHMARK(Tokenize64K_Std)->Unit(benchmark::kMicrosecond);
 BENCHMARK(Trim_Str);
 BENCHMARK(Trim_Std);
 BENCHMARK(Mid_Str);
 BENCHMARK(Mid_Std);
 BENCHMARK(ReplaceAll64K_Str)->Unit(benchmark::kMicrosecond);
 BENCHMARK(ReplaceAll64K_Std)->Unit(benchmark::kMicrosecond);
+BENCHMARK(ReplaceNoCase_Str)->Arg(1 << 20)->Arg(4 << 20)->Unit(benchmark::kMicrosecond);
+BENCHMARK(ReplaceExact_Str)->Arg(1 << 20)->Arg(4 << 20)->Unit(benchmark::kMicrosecond);

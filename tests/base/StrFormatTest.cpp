@@ -2,6 +2,7 @@
 // engine's own string conversions, errors, the size estimate, and arguments from the string itself.
 #include "base/StrTestProbe.h"
 
+#include "support/Seed.h"
 #include "support/Testing.h"
 
 #include <cfloat>
@@ -36,10 +37,8 @@ template <typename... A> std::string Printf(const char* fmt, A... args) {
 } // namespace
 
 TEST(StrFormat, RandomNumericConversionsMatchSnprintf) {
-    const char* env = std::getenv("STR_TEST_SEED");
-    const unsigned seed = env ? static_cast<unsigned>(std::strtoul(env, nullptr, 10)) : 7321u;
-    SCOPED_TRACE("seed " + std::to_string(seed) + " (rerun with STR_TEST_SEED)");
-    std::mt19937_64 rng(seed);
+    const TestSeed seed;
+    std::mt19937_64 rng(seed.value);
     auto pick = [&](int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng); };
     auto chance = [&](int percent) { return pick(1, 100) <= percent; };
     int stars = 0;
@@ -87,6 +86,48 @@ TEST(StrFormat, RandomNumericConversionsMatchSnprintf) {
         : k == 5 ? check(conversion({""}, "c"), pick(32, 126))
                  : check(conversion({""}, "p"),
                          reinterpret_cast<void*>(static_cast<std::uintptr_t>(randomInt())));
+    }
+}
+
+// Fixed-point values that sit exactly halfway between two results at the precision asked (binary
+// fractions), whole numbers up to the largest double, and the flags that shape the field.
+TEST(StrFormat, FixedPointTiesAndFieldsMatchSnprintf) {
+    const TestSeed seed;
+    std::mt19937_64 rng(seed.value);
+    auto pick = [&](int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng); };
+    for (int iter = 0; iter < 4000 && !::testing::Test::HasFailure(); ++iter) {
+        std::string f = "[%";
+        for (int i = pick(0, 3); i > 0; --i)
+            f += "-+ 0#"[pick(0, 4)];
+        // A star width may be negative, which left-justifies.
+        const bool star = pick(0, 3) == 0;
+        if (star)
+            f += '*';
+        else if (pick(0, 1))
+            f += std::to_string(pick(0, 40));
+        if (pick(0, 3))
+            f += "." + std::to_string(pick(0, 3) ? pick(0, 8) : pick(0, 120));
+        if (pick(0, 5) == 0)
+            f += 'h';
+        f += pick(0, 4) ? "f]" : "x]";
+        const int width = pick(-40, 40);
+        const double tie =
+            std::ldexp(static_cast<double>(static_cast<long long>(rng() >> 20)), -pick(0, 12));
+        const double v = pick(0, 5)   ? (pick(0, 1) ? -tie : tie)
+                         : pick(0, 1) ? std::ldexp(1.0, pick(0, 1023)) * (pick(0, 1) ? 1 : -1)
+                                      : -0.0;
+        const auto check = [&](auto value) {
+            if (star)
+                EXPECT_EQ(Fmt(f.c_str(), width, value), Printf(f.c_str(), width, value))
+                    << "format " << f << " width " << width << " value " << value;
+            else
+                EXPECT_EQ(Fmt(f.c_str(), value), Printf(f.c_str(), value))
+                    << "format " << f << " value " << value;
+        };
+        if (f[f.size() - 2] == 'x')
+            check(static_cast<unsigned>(rng()));
+        else
+            check(v);
     }
 }
 

@@ -1,7 +1,9 @@
 // Searching, tokenising, replacing, case conversion, the orderings and the number parsers: a
 // seeded differential run of the searches against std::string, and tables for the sharp edges.
 #include "base/StrTestProbe.h"
+#include "base/internal/SortOrder.h"
 
+#include "support/Seed.h"
 #include "support/Testing.h"
 
 #include <cctype>
@@ -35,10 +37,8 @@ int ModelReplace(std::string& s, const std::string& find, const std::string& rep
 } // namespace
 
 TEST(StrSearch, RandomSearchesMatchStdString) {
-    const char* env = std::getenv("STR_TEST_SEED");
-    const unsigned seed = env ? static_cast<unsigned>(std::strtoul(env, nullptr, 10)) : 20240611u;
-    SCOPED_TRACE("seed " + std::to_string(seed) + " (rerun with STR_TEST_SEED)");
-    std::mt19937 rng(seed);
+    const TestSeed seed;
+    std::mt19937 rng(seed.value);
     auto pick = [&](int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng); };
     const char* const alphabet = "abAB,;\xC8";
     auto randomText = [&](int maxLen) {
@@ -91,6 +91,40 @@ TEST(StrSearch, RandomSearchesMatchStdString) {
         EXPECT_EQ(Text(r), model);
         EXPECT_EQ(static_cast<const char*>(r)[r.GetLength()], 0);
         EXPECT_EQ(Text(sharer), shared);
+    }
+}
+
+// Long texts exercise the block-wise scan: matches and zero bytes at every offset of a block, the
+// search starting anywhere, and a match only counting before the first zero byte after its start.
+TEST(StrSearch, LongTextSearchesStopAtTheFirstZeroByte) {
+    const TestSeed seed;
+    std::mt19937 rng(seed.value);
+    auto pick = [&](int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng); };
+    for (int iter = 0; iter < 1500 && !::testing::Test::HasFailure(); ++iter) {
+        SCOPED_TRACE("iteration " + std::to_string(iter));
+        std::string m(Z(pick(0, 1200)), 'a');
+        for (char& c : m)
+            c = "abcdeABC \xC8"[pick(0, 9)];
+        for (int zeros = pick(0, 2); zeros-- > 0 && !m.empty();)
+            m[Z(pick(0, static_cast<int>(m.size()) - 1))] = '\0';
+        std::string w;
+        if (!m.empty() && pick(0, 1)) {
+            const int at = pick(0, static_cast<int>(m.size()) - 1);
+            w = m.substr(Z(at), Z(pick(1, 9)));
+            w = w.substr(0, w.find('\0'));
+        }
+        if (w.empty())
+            w = std::string("ab#").substr(Z(pick(0, 2)));
+        Str s;
+        s.AppendChars(m.data(), static_cast<int>(m.size()));
+        const int from = pick(0, static_cast<int>(m.size()) + 2);
+        const std::string seen = m.substr(0, m.find('\0', Z(from)));
+        EXPECT_EQ(s.Find(w.c_str(), from), Pos(seen.find(w, Z(from)))) << "needle " << w;
+        // Past the first zero byte the no-case search reads a lower-case copy that ends there.
+        if (Z(from) <= m.find('\0')) {
+            EXPECT_EQ(s.FindNoCase(w.c_str(), from), Pos(Lower(seen).find(Lower(w), Z(from))))
+                << "needle " << w;
+        }
     }
 }
 
@@ -185,6 +219,31 @@ TEST(StrCompare, OrderingTable) {
     EXPECT_EQ(STR_strnicmp("abcX", "ABCy", 3), 0);
     EXPECT_EQ(STR_strnicmp("ab", "ab\xC8", 3), 1) << "the end (0) orders after a negative byte";
     EXPECT_EQ(STR_stricmp_ex(nullptr, "a"), -1);
+}
+
+// The order the list sorts use, against a stable sort with the comparison itself: keys sharing
+// long beginnings, differing in case or only in length, with bytes above 127 and empty keys.
+TEST(StrCompare, CaseOrderIsTheStableOrderOfStricmp) {
+    const TestSeed seed;
+    std::mt19937 rng(seed.value);
+    static const char* const pieces[] = {"",     "a",    "A",  "/Volumes/Backup/", "\t",
+                                         "\xe9", "\x80", "zZ", "/Volumes/backup/"};
+    for (int round = 0; round < 300 && !::testing::Test::HasFailure(); ++round) {
+        std::vector<std::string> keys(rng() % 40);
+        for (std::string& key : keys)
+            for (unsigned n = rng() % 6; n > 0; --n)
+                key += pieces[rng() % 9];
+        StrImplementation::CaseOrder order(keys.size());
+        std::vector<std::uint32_t> expected(keys.size());
+        for (std::uint32_t i = 0; i < keys.size(); ++i) {
+            order.Add(keys[i].c_str());
+            expected[i] = i;
+        }
+        std::stable_sort(expected.begin(), expected.end(), [&](std::uint32_t a, std::uint32_t b) {
+            return STR_stricmp_ex(keys[a].c_str(), keys[b].c_str()) < 0;
+        });
+        EXPECT_EQ(order.Order(), expected) << "round " << round;
+    }
 }
 
 TEST(StrNumber, StrtolBasesAndWrapping) {
