@@ -7,6 +7,7 @@
 #include "platform/UserDefaults.h"
 #include "platform/View.h"
 #include "tools/ColourText.h"
+#include "tools/CommandLine.h"
 
 #include <gtk/gtk.h>
 
@@ -21,7 +22,13 @@ namespace {
 
 constexpr const char* Usage =
     "usage: bkgcolors-prefs [--plugin PATH] [--defaults FILE] [--color COLOUR]\n"
-    "  COLOUR is #RRGGBB or R,G,B[,A] with components from 0 to 1\n";
+    "       bkgcolors-prefs -h | --help | --version\n"
+    "Opens the background colour pane in a window; Apply or closing the window stores the\n"
+    "new colour.\n"
+    "  --color COLOUR   preselects the new colour: #RRGGBB, #RGB, rgb(R, G, B) or R,G,B\n"
+    "  --plugin PATH    the pane module to load (default: the one installed with the program)\n"
+    "  --defaults FILE  the defaults file to use instead of the user's\n"
+    "Exit status: 0 done, 1 the pane, the store or the display failed, 2 bad arguments.\n";
 
 struct Options {
     std::string plugin;
@@ -29,40 +36,21 @@ struct Options {
     std::optional<platform::Color> colour;
 };
 
-[[noreturn]] void Fail(int status, const std::string& message) {
-    std::fprintf(stderr, "bkgcolors-prefs: %s\n", message.c_str());
-    std::exit(status);
-}
-
-Options ParseOptions(int argc, char** argv) {
+Options ParseOptions(const CommandLine& line) {
     Options options;
-    options.plugin = platform::PaneBundle::builtInPlugInPath();
-    for (int i = 1; i < argc; ++i) {
-        const std::string arg = argv[i];
-        auto value = [&]() -> std::string {
-            if (i + 1 >= argc)
-                Fail(2, "option " + arg + " needs a value");
-            return argv[++i];
-        };
-        if (arg == "-h" || arg == "--help") {
-            std::fputs(Usage, stdout);
-            std::exit(0);
-        } else if (arg == "--plugin") {
-            options.plugin = value();
-        } else if (arg == "--defaults") {
-            options.defaults = value();
-            if (options.defaults->empty())
-                Fail(2, "--defaults needs a file name");
-        } else if (arg == "--color") {
-            const std::string text = value();
-            options.colour = ParseColour(text);
-            if (!options.colour)
-                Fail(2, "unrecognised colour '" + text + "' (use #RRGGBB or R,G,B[,A])");
-        } else if (!arg.empty() && arg[0] == '-') {
-            Fail(2, "unknown option " + arg + " (try --help)");
-        } else {
-            Fail(2, "unexpected argument '" + arg + "' (try --help)");
-        }
+    options.plugin = line.value("--plugin", platform::PaneBundle::builtInPlugInPath());
+    if (!line.operands().empty())
+        line.fail("unexpected argument '" + line.operands().front() + "' (try --help)");
+    if (line.has("--defaults")) {
+        options.defaults = line.value("--defaults");
+        if (options.defaults->empty())
+            line.fail("--defaults needs a file name");
+    }
+    if (line.has("--color")) {
+        std::string why;
+        options.colour = ParseColour(line.value("--color"), &why);
+        if (!options.colour)
+            line.fail(why);
     }
     return options;
 }
@@ -82,20 +70,22 @@ void Activate(GtkApplication* app, Session* session) {
 } // namespace
 
 int main(int argc, char** argv) {
-    Options options = ParseOptions(argc, argv);
+    CommandLine line("bkgcolors-prefs", Usage);
+    line.read(argc, argv, {"--plugin", "--defaults", "--color"}, false);
+    const Options options = ParseOptions(line);
     if (options.defaults && !platform::UserDefaults::setStandardPath(*options.defaults))
-        Fail(1, "the defaults file could not be chosen");
+        line.fail("the defaults file could not be chosen", 1);
 
     std::string error;
     auto bundle = platform::PaneBundle::load(options.plugin, error);
     if (!bundle)
-        Fail(1, error);
+        line.fail(error, 1);
     platform::PaneBundle::PanePtr pane = bundle->instantiate();
     if (!pane)
-        Fail(1, "pane plug-in " + options.plugin + " made no pane");
+        line.fail("pane plug-in " + options.plugin + " made no pane", 1);
 
     if (!gtk_init_check())
-        Fail(1, "cannot open a display (set DISPLAY or WAYLAND_DISPLAY)");
+        line.fail("cannot open a display (set DISPLAY or WAYLAND_DISPLAY)", 1);
 
     platform::View browser("browser");
     try {
@@ -103,7 +93,7 @@ int main(int argc, char** argv) {
         pane->mainViewDidLoad();
         pane->didSelect();
     } catch (const std::exception& e) {
-        Fail(1, std::string("the pane failed: ") + e.what());
+        line.fail(std::string("the pane failed: ") + e.what(), 1);
     }
 
     // Several windows may be open at once, each on its own pane; none hands over to another.

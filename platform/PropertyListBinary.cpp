@@ -240,52 +240,6 @@ private:
 
 } // namespace
 
-Value Value::Text(std::string text) {
-    Value value;
-    value.kind = Kind::String;
-    value.bytes = std::move(text);
-    return value;
-}
-
-Value Value::Number(std::int64_t number) {
-    Value value;
-    value.kind = Kind::Integer;
-    value.bits = static_cast<std::uint64_t>(number);
-    return value;
-}
-
-Value Value::Double(double number) {
-    Value value;
-    value.kind = Kind::Real;
-    std::memcpy(&value.bits, &number, sizeof number);
-    return value;
-}
-
-Value Value::Flag(bool flag) {
-    Value value;
-    value.kind = Kind::Boolean;
-    value.bits = flag;
-    return value;
-}
-
-Value Value::Blob(std::string bytes) {
-    Value value;
-    value.kind = Kind::Data;
-    value.bytes = std::move(bytes);
-    return value;
-}
-
-double Value::real() const {
-    double number;
-    std::memcpy(&number, &bits, sizeof number);
-    return number;
-}
-
-bool Value::operator==(const Value& other) const {
-    return kind == other.kind && wide == other.wide && bits == other.bits && bytes == other.bytes &&
-           items == other.items && keys == other.keys;
-}
-
 std::optional<Value> ReadBinary(const std::string& file, ReadError& error) {
     return BinaryReader(file).read(error);
 }

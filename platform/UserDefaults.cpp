@@ -1,5 +1,6 @@
 #include "platform/UserDefaults.h"
 
+#include "platform/DefaultsDomain.h"
 #include "platform/StringEncoding.h"
 #include "platform/internal/PropertyList.h"
 #include "platform/internal/StoreFile.h"
@@ -9,7 +10,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <exception>
-#include <pwd.h>
 #include <set>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -76,16 +76,6 @@ std::int32_t ReadInteger(const std::string& text) {
     return static_cast<std::int32_t>(value);
 }
 
-// A real as the platform writes a number's description: 16 significant digits, or 17 when 16
-// would not read back as the same number.
-std::string RealText(double real) {
-    char text[40];
-    std::snprintf(text, sizeof text, "%.16g", real);
-    if (std::strtod(text, nullptr) != real)
-        std::snprintf(text, sizeof text, "%.17g", real);
-    return text;
-}
-
 struct Stamp {
     bool exists = false;
     dev_t device = 0;
@@ -147,19 +137,7 @@ std::string UserDefaults::standardPath() {
     const char* explicitFile = std::getenv("BKGCOLORS_DEFAULTS");
     if (explicitFile && *explicitFile)
         return explicitFile;
-    std::string folder;
-    const char* config = std::getenv("XDG_CONFIG_HOME");
-    if (config && config[0] == '/') {
-        folder = config;
-    } else {
-        const char* home = std::getenv("HOME");
-        if (!home || !*home) {
-            const passwd* user = getpwuid(getuid());
-            home = user && user->pw_dir ? user->pw_dir : ".";
-        }
-        folder = std::string(home) + "/.config";
-    }
-    return folder + "/org.bkgcolors.host.plist";
+    return DefaultsFolder() + "/org.bkgcolors.host.plist";
 }
 
 UserDefaults::UserDefaults(std::string path) : path_(std::move(path)), file_(new File) {
@@ -233,7 +211,7 @@ std::optional<std::string> UserDefaults::stringForKey(const std::string& key) co
     if (const auto* number = std::get_if<std::int32_t>(&*value))
         return std::to_string(*number);
     if (const auto* real = std::get_if<double>(&*value))
-        return RealText(*real);
+        return RealDescription(*real);
     if (const auto* flag = std::get_if<bool>(&*value))
         return std::string(*flag ? "1" : "0");
     return std::nullopt;

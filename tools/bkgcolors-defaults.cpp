@@ -1,198 +1,434 @@
-// bkgcolors-defaults — reads and changes the user-defaults file that the pane uses, with the
-// verbs of the platform's defaults command: read, write and delete.
+// bkgcolors-defaults — reads and changes the user-defaults files with the verbs of the platform's
+// defaults command. A domain is one file of the defaults folder, or the file --defaults names.
 
+#include "platform/DefaultsDomain.h"
 #include "platform/StringEncoding.h"
-#include "platform/UserDefaults.h"
-#include "tools/HexDigit.h"
+#include "tools/CommandLine.h"
 #include "tools/Output.h"
+#include "tools/PlistText.h"
+#include "tools/ValueArguments.h"
 
-#include <cerrno>
-#include <climits>
+#include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
+#include <iostream>
+#include <iterator>
 #include <optional>
 #include <string>
-#include <variant>
 #include <vector>
 
 namespace {
 
 constexpr const char* kUsage =
-    "usage: bkgcolors-defaults [--defaults FILE] read [KEY]\n"
-    "       bkgcolors-defaults [--defaults FILE] write KEY (-int N | -string S | -data HEX)\n"
-    "       bkgcolors-defaults [--defaults FILE] delete KEY\n";
+    "usage: bkgcolors-defaults [--defaults FILE] VERB [DOMAIN] [ARGUMENTS]\n"
+    "  domains                     the domain names in the defaults folder, comma separated\n"
+    "  read [DOMAIN [KEY]]         every domain, one domain, or one value\n"
+    "  read-type DOMAIN KEY        the kind of a value: Type is string, integer, ...\n"
+    "  write DOMAIN KEY VALUE      a text\n"
+    "  write DOMAIN KEY -TYPE VALUE\n"
+    "        -string S | -int N | -integer N | -float F | -bool B | -boolean B | -data HEX |\n"
+    "        -date 'YYYY-MM-DD HH:MM:SS +ZZZZ' | -date YYYY-MM-DDTHH:MM:SSZ\n"
+    "  write DOMAIN KEY -array V... | -array-add V... | -dict K V... | -dict-add K V...\n"
+    "        items are texts or -TYPE VALUE; -array-add and -dict-add extend what is there\n"
+    "  delete DOMAIN [KEY]         one key, or the whole domain\n"
+    "  rename DOMAIN OLD NEW       moves a value to another key\n"
+    "  export DOMAIN FILE|-        the domain as an XML property list\n"
+    "  import DOMAIN FILE|-        replaces the domain with a property list (binary or XML)\n"
+    "  find WORD                   every key and value containing WORD, in any case\n"
+    "  help                        this text\n"
+    "DOMAIN is a name, standing for $XDG_CONFIG_HOME/DOMAIN.plist (~/.config when unset), or a\n"
+    "path containing '/'. With --defaults FILE, or $BKGCOLORS_DEFAULTS, that file is the domain\n"
+    "and the verbs take no DOMAIN. '--' ends the options, so that a key may start with '-'.\n"
+    "Exit status: 0 done, 1 the key or domain does not exist (or find found nothing),\n"
+    "2 bad arguments or values, or a file that cannot be read or written.\n";
 
-using platform::UserDefaults;
+using platform::DefaultsDomain;
+using platform::PropertyValue;
 
-[[noreturn]] void Fail(const std::string& message) {
-    std::fprintf(stderr, "bkgcolors-defaults: %s\n", message.c_str());
-    std::exit(2);
-}
+struct Domain {
+    std::string name; // as the user gave it
+    DefaultsDomain file;
+};
 
-std::optional<std::int32_t> ParseInt(const std::string& text) {
-    std::size_t digits = !text.empty() && (text[0] == '+' || text[0] == '-') ? 1 : 0;
-    if (text.size() == digits || text.find_first_not_of("0123456789", digits) != std::string::npos)
-        return std::nullopt;
-    errno = 0;
-    char* end = nullptr;
-    long long value = std::strtoll(text.c_str(), &end, 10);
-    if (errno != 0 || *end != '\0' || value < INT32_MIN || value > INT32_MAX)
-        return std::nullopt;
-    return static_cast<std::int32_t>(value);
-}
-
-std::optional<UserDefaults::Bytes> ParseHex(const std::string& text) {
-    if (text.size() % 2 != 0)
-        return std::nullopt;
-    UserDefaults::Bytes bytes;
-    for (std::size_t i = 0; i < text.size(); i += 2) {
-        int high = HexDigit(text[i]), low = HexDigit(text[i + 1]);
-        if (high < 0 || low < 0)
-            return std::nullopt;
-        bytes.push_back(static_cast<unsigned char>(high * 16 + low));
-    }
-    return bytes;
-}
-
-std::string Hex(const UserDefaults::Bytes& bytes) {
-    static const char digits[] = "0123456789abcdef";
-    std::string text = "<";
-    for (unsigned char byte : bytes) {
-        text += digits[byte >> 4];
-        text += digits[byte & 0xF];
-    }
-    return text + ">";
-}
-
-// A text in double quotes with quotes, backslashes and control characters escaped, so that each
-// entry of a listing stays on one line.
-std::string Quoted(const std::string& text) {
-    std::string out = "\"";
-    for (unsigned char c : text) {
-        if (c == '"' || c == '\\') {
-            out += '\\';
-            out += static_cast<char>(c);
-        } else if (c == '\n') {
-            out += "\\n";
-        } else if (c == '\t') {
-            out += "\\t";
-        } else if (c < 0x20 || c == 0x7F) {
-            char escape[8];
-            std::snprintf(escape, sizeof escape, "\\%03o", c);
-            out += escape;
-        } else {
-            out += static_cast<char>(c);
+class Tool {
+public:
+    Tool(int argc, char** argv) : line_("bkgcolors-defaults", kUsage) {
+        line_.read(argc, argv, {"--defaults"}, true);
+        words_ = line_.operands();
+        if (line_.has("--defaults")) {
+            fixed_ = line_.value("--defaults");
+            if (fixed_->empty())
+                line_.fail("--defaults needs a file name");
+        } else if (const char* file = std::getenv("BKGCOLORS_DEFAULTS"); file && *file) {
+            fixed_ = file;
         }
     }
-    return out + "\"";
-}
 
-// A value as one line of a listing: texts quoted, bytes in hex, numbers as the store reads them
-// as text.
-std::string Listed(const UserDefaults& store, const std::string& key,
-                   const UserDefaults::Object& value) {
-    if (const auto* text = std::get_if<std::string>(&value))
-        return Quoted(*text);
-    if (const auto* bytes = std::get_if<UserDefaults::Bytes>(&value))
-        return Hex(*bytes);
-    return store.stringForKey(key).value_or("");
-}
-
-std::string CheckedKey(const std::string& key) {
-    if (!platform::isValidUTF8(key))
-        Fail("key is not valid UTF-8");
-    return key;
-}
-
-int Read(UserDefaults& store, const std::optional<std::string>& key) {
-    if (!key) {
-        std::printf("{\n");
-        for (const std::string& name : store.allKeys())
-            std::printf("    %s = %s;\n", Quoted(name).c_str(),
-                        Listed(store, name, *store.objectForKey(name)).c_str());
-        std::printf("}\n");
-        return 0;
+    int run() {
+        if (words_.empty())
+            line_.fail("missing verb (try help)");
+        const std::string verb = Take();
+        if (verb == "help") {
+            Done(0);
+            std::fputs(kUsage, stdout);
+            return 0;
+        }
+        if (verb == "domains")
+            return Domains();
+        if (verb == "read")
+            return Read();
+        if (verb == "read-type")
+            return ReadType();
+        if (verb == "write")
+            return Write();
+        if (verb == "delete")
+            return Delete();
+        if (verb == "rename")
+            return Rename();
+        if (verb == "export")
+            return Export();
+        if (verb == "import")
+            return Import();
+        if (verb == "find")
+            return Find();
+        line_.fail("unknown verb " + verb + " (try help)");
     }
-    auto value = store.objectForKey(*key);
-    if (!value) {
-        std::fprintf(stderr, "bkgcolors-defaults: no value for key %s\n", Quoted(*key).c_str());
+
+    const CommandLine& line() const { return line_; }
+
+private:
+    std::string Take() {
+        std::string word = words_.front();
+        words_.erase(words_.begin());
+        return word;
+    }
+    // The words left must number from `least` to `most`.
+    void Expect(const char* verb, std::size_t least, std::size_t most, const char* form) {
+        if (words_.size() < least || words_.size() > most)
+            line_.fail(std::string(verb) + " takes " + form + " (try help)");
+    }
+    void Done(std::size_t most) {
+        if (words_.size() > most)
+            line_.fail("unexpected argument '" + words_[most] + "' (try help)");
+    }
+
+    std::string Key() {
+        std::string key = Take();
+        if (!platform::isValidUTF8(key))
+            line_.fail("the key is not valid UTF-8");
+        return key;
+    }
+
+    Domain NextDomain() {
+        if (fixed_)
+            return {*fixed_, DefaultsDomain(*fixed_)};
+        const std::string name = Take();
+        return {name, DefaultsDomain(DomainPath(name))};
+    }
+    std::string DomainPath(const std::string& name) const {
+        if (name.find('/') != std::string::npos)
+            return name;
+        if (name.empty() || name[0] == '.' || name.find("..") != std::string::npos ||
+            !platform::isValidUTF8(name))
+            line_.fail("'" + name + "' is not a domain name (a name, or a path containing '/')");
+        return platform::DefaultsFolder() + "/" + name + ".plist";
+    }
+    // The forms of a verb's arguments, in the words of the usage, with or without DOMAIN.
+    const char* Form(const char* withDomain, const char* without) const {
+        return fixed_ ? without : withDomain;
+    }
+    std::size_t DomainWords() const { return fixed_ ? 0 : 1; }
+
+    // The domain's tree; exits 1 when it does not exist and 2 when it cannot be read.
+    PropertyValue Load(const Domain& domain) const {
+        PropertyValue root;
+        std::string error;
+        switch (domain.file.read(root, error)) {
+        case DefaultsDomain::Status::Missing:
+            line_.fail("domain " + domain.name + " does not exist", 1);
+        case DefaultsDomain::Status::Failed:
+            line_.fail("cannot read " + domain.name + ": " + error);
+        case DefaultsDomain::Status::Present:
+            break;
+        }
+        return root;
+    }
+
+    // Runs `change` under the domain's lock. The change returns 0 to have its tree written, or
+    // the exit status to end with, having said why.
+    int Update(Domain& domain, const std::function<int(PropertyValue&, bool)>& change) {
+        int status = 0;
+        std::string error, notice;
+        const auto outcome = domain.file.update(
+            [&](PropertyValue& root, bool exists) { return (status = change(root, exists)) == 0; },
+            error, notice);
+        if (!notice.empty())
+            std::fprintf(stderr, "%s: %s\n", line_.program(), notice.c_str());
+        if (outcome == DefaultsDomain::Outcome::Failed)
+            line_.fail("cannot write " + domain.name + ": " + error);
+        return status;
+    }
+    int Missing(const std::string& message) const {
+        std::fprintf(stderr, "%s: %s\n", line_.program(), message.c_str());
         return 1;
     }
-    if (const auto* text = std::get_if<std::string>(&*value))
-        std::printf("%s\n", text->c_str());
-    else
-        std::printf("%s\n", Listed(store, *key, *value).c_str());
-    return 0;
-}
+
+    std::vector<std::string> DomainList() const {
+        std::string error;
+        auto names = platform::DomainNames(error);
+        if (!names)
+            line_.fail(error);
+        return *names;
+    }
+
+    int Domains() {
+        Done(0);
+        const auto names = DomainList();
+        std::string list;
+        for (const std::string& name : names)
+            list += (list.empty() ? "" : ", ") + name;
+        std::printf("%s\n", list.c_str());
+        return 0;
+    }
+
+    int Read() {
+        Expect("read", 0, DomainWords() + 1, Form("[DOMAIN [KEY]]", "[KEY]"));
+        if (words_.empty() && !fixed_)
+            return ReadAll();
+        const Domain domain = NextDomain();
+        const std::optional<std::string> key =
+            words_.empty() ? std::nullopt : std::optional<std::string>(Key());
+        const PropertyValue root = Load(domain);
+        if (!key) {
+            std::printf("%s\n", OldStyleText(root).c_str());
+            return 0;
+        }
+        const PropertyValue* value = root.find(*key);
+        if (!value)
+            return Missing("key " + *key + " does not exist in domain " + domain.name);
+        std::printf("%s\n", BareText(*value).c_str());
+        return 0;
+    }
+
+    // Every domain of the folder as one dictionary; one that cannot be read is left out and said.
+    int ReadAll() {
+        PropertyValue all = PropertyValue::Dictionary();
+        int status = 0;
+        for (const std::string& name : DomainList()) {
+            PropertyValue root;
+            std::string error;
+            if (DefaultsDomain(DomainPath(name)).read(root, error) ==
+                DefaultsDomain::Status::Present) {
+                all.set(name, std::move(root));
+            } else {
+                std::fprintf(stderr, "%s: cannot read %s: %s\n", line_.program(), name.c_str(),
+                             error.c_str());
+                status = 2;
+            }
+        }
+        std::printf("%s\n", OldStyleText(all).c_str());
+        return status;
+    }
+
+    int ReadType() {
+        Expect("read-type", DomainWords() + 1, DomainWords() + 1, Form("DOMAIN KEY", "KEY"));
+        const Domain domain = NextDomain();
+        const std::string key = Key();
+        const PropertyValue root = Load(domain);
+        const PropertyValue* value = root.find(key);
+        if (!value)
+            return Missing("key " + key + " does not exist in domain " + domain.name);
+        std::printf("Type is %s\n", KindName(*value).c_str());
+        return 0;
+    }
+
+    int Write() {
+        Expect("write", DomainWords() + 2, SIZE_MAX, Form("DOMAIN KEY VALUE", "KEY VALUE"));
+        Domain domain = NextDomain();
+        const std::string key = Key();
+        std::string error;
+        auto request = ParseWriteRequest(words_, error);
+        if (!request)
+            line_.fail(error);
+        return Update(domain, [&](PropertyValue& root, bool) {
+            PropertyValue* old = root.find(key);
+            using Mode = WriteRequest::Mode;
+            const auto want = request->mode == Mode::AddToArray ? PropertyValue::Kind::Array
+                                                                : PropertyValue::Kind::Dictionary;
+            if (request->mode == Mode::Replace || !old) {
+                root.set(key, std::move(request->value));
+                return 0;
+            }
+            if (old->kind != want) {
+                std::fprintf(stderr, "%s: the value of %s is of type %s, not %s\n", line_.program(),
+                             key.c_str(), KindName(*old).c_str(),
+                             want == PropertyValue::Kind::Array ? "array" : "dictionary");
+                return 2;
+            }
+            for (std::size_t i = 0; i < request->value.items.size(); ++i) {
+                if (want == PropertyValue::Kind::Array)
+                    old->items.push_back(std::move(request->value.items[i]));
+                else
+                    old->set(request->value.keys[i], std::move(request->value.items[i]));
+            }
+            return 0;
+        });
+    }
+
+    int Delete() {
+        Expect("delete", DomainWords(), DomainWords() + 1, Form("DOMAIN [KEY]", "[KEY]"));
+        Domain domain = NextDomain();
+        if (words_.empty()) {
+            std::string error;
+            switch (domain.file.remove(error)) {
+            case DefaultsDomain::Status::Missing:
+                return Missing("domain " + domain.name + " does not exist");
+            case DefaultsDomain::Status::Failed:
+                line_.fail("cannot delete " + domain.name + ": " + error);
+            case DefaultsDomain::Status::Present:
+                break;
+            }
+            return 0;
+        }
+        const std::string key = Key();
+        return Update(domain, [&](PropertyValue& root, bool exists) {
+            if (!exists)
+                return Missing("domain " + domain.name + " does not exist");
+            if (!root.erase(key))
+                return Missing("key " + key + " does not exist in domain " + domain.name);
+            return 0;
+        });
+    }
+
+    int Rename() {
+        Expect("rename", DomainWords() + 2, DomainWords() + 2, Form("DOMAIN OLD NEW", "OLD NEW"));
+        Domain domain = NextDomain();
+        const std::string from = Key(), to = Key();
+        return Update(domain, [&](PropertyValue& root, bool exists) {
+            if (!exists)
+                return Missing("domain " + domain.name + " does not exist");
+            PropertyValue* value = root.find(from);
+            if (!value)
+                return Missing("key " + from + " does not exist in domain " + domain.name);
+            PropertyValue moved = std::move(*value);
+            root.erase(from);
+            root.set(to, std::move(moved));
+            return 0;
+        });
+    }
+
+    int Export() {
+        Expect("export", DomainWords() + 1, DomainWords() + 1, Form("DOMAIN FILE|-", "FILE|-"));
+        const Domain domain = NextDomain();
+        const std::string target = Take();
+        std::string error;
+        auto xml = platform::XmlPropertyList(Load(domain), error);
+        if (!xml)
+            line_.fail("cannot export " + domain.name + ": " + error);
+        if (target == "-") {
+            std::fwrite(xml->data(), 1, xml->size(), stdout);
+            return 0;
+        }
+        std::ofstream out(target, std::ios::binary | std::ios::trunc);
+        out.write(xml->data(), static_cast<std::streamsize>(xml->size()));
+        out.close();
+        if (!out) {
+            std::remove(target.c_str());
+            line_.fail("cannot write " + target);
+        }
+        return 0;
+    }
+
+    int Import() {
+        Expect("import", DomainWords() + 1, DomainWords() + 1, Form("DOMAIN FILE|-", "FILE|-"));
+        Domain domain = NextDomain();
+        const std::string source = Take();
+        std::string bytes;
+        if (source == "-") {
+            bytes.assign(std::istreambuf_iterator<char>(std::cin), {});
+        } else {
+            std::ifstream in(source, std::ios::binary);
+            if (!in)
+                line_.fail("cannot read " + source);
+            bytes.assign(std::istreambuf_iterator<char>(in), {});
+            if (in.bad())
+                line_.fail("cannot read " + source);
+        }
+        std::string error;
+        auto imported = platform::ParsePropertyList(bytes, error);
+        if (!imported)
+            line_.fail("cannot import " + source + ": " + error);
+        return Update(domain, [&](PropertyValue& root, bool) {
+            root = std::move(*imported);
+            return 0;
+        });
+    }
+
+    int Find() {
+        Expect("find", 1, 1, "WORD");
+        const std::string word = Lower(Take());
+        std::vector<std::string> names;
+        if (fixed_)
+            names.push_back(*fixed_);
+        else
+            names = DomainList();
+        bool found = false;
+        int status = 0;
+        for (const std::string& name : names) {
+            PropertyValue root, matches = PropertyValue::Dictionary();
+            std::string error;
+            if (DefaultsDomain(fixed_ ? name : DomainPath(name)).read(root, error) !=
+                DefaultsDomain::Status::Present) {
+                if (!error.empty()) {
+                    std::fprintf(stderr, "%s: cannot read %s: %s\n", line_.program(), name.c_str(),
+                                 error.c_str());
+                    status = 2;
+                }
+                continue;
+            }
+            const bool wholeDomain = Lower(name).find(word) != std::string::npos;
+            for (std::size_t i = 0; i < root.keys.size(); ++i)
+                if (wholeDomain || Contains(root.keys[i], word) || Contains(root.items[i], word))
+                    matches.set(root.keys[i], root.items[i]);
+            if (matches.keys.empty())
+                continue;
+            found = true;
+            std::printf("Found %zu keys in domain '%s': %s\n", matches.keys.size(), name.c_str(),
+                        OldStyleText(matches).c_str());
+        }
+        if (!found && status == 0)
+            return Missing("no domain, key nor value contains '" + word + "'");
+        return status;
+    }
+
+    static std::string Lower(std::string text) {
+        for (char& c : text)
+            c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        return text;
+    }
+    static bool Contains(const std::string& text, const std::string& word) {
+        return Lower(text).find(word) != std::string::npos;
+    }
+    static bool Contains(const PropertyValue& value, const std::string& word) {
+        if (value.items.empty() && value.keys.empty())
+            return Contains(BareText(value), word);
+        return std::any_of(value.keys.begin(), value.keys.end(),
+                           [&](const std::string& key) { return Contains(key, word); }) ||
+               std::any_of(value.items.begin(), value.items.end(),
+                           [&](const PropertyValue& item) { return Contains(item, word); });
+    }
+
+    CommandLine line_;
+    std::vector<std::string> words_;
+    std::optional<std::string> fixed_; // the file --defaults or $BKGCOLORS_DEFAULTS names
+};
 
 } // namespace
 
 int main(int argc, char** argv) {
-    std::vector<std::string> args(argv + 1, argv + argc);
-    std::size_t at = 0;
-    if (!args.empty() && (args[0] == "-h" || args[0] == "--help")) {
-        std::fputs(kUsage, stdout);
-        return FinishOutput("bkgcolors-defaults", 0);
-    }
-    if (at < args.size() && args[at] == "--defaults") {
-        if (at + 1 >= args.size() || args[at + 1].empty())
-            Fail("--defaults needs a file name");
-        UserDefaults::setStandardPath(args[at + 1]);
-        at += 2;
-    }
-    if (at >= args.size())
-        Fail("missing verb: read, write or delete (try --help)");
-    std::string verb = args[at++];
-    if (verb.size() > 1 && verb[0] == '-')
-        Fail("unknown option " + verb + " (try --help)");
-    std::vector<std::string> rest(args.begin() + static_cast<std::ptrdiff_t>(at), args.end());
-
-    if (verb == "read") {
-        if (rest.size() > 1)
-            Fail("read takes at most one key");
-        std::optional<std::string> key;
-        if (!rest.empty())
-            key = CheckedKey(rest[0]);
-        UserDefaults& store = UserDefaults::standardUserDefaults();
-        if (!store.synchronize())
-            return 2;
-        return FinishOutput("bkgcolors-defaults", Read(store, key));
-    }
-    if (verb == "write") {
-        if (rest.size() != 3)
-            Fail("write needs a key, a type (-int, -string or -data) and a value");
-        std::string key = CheckedKey(rest[0]);
-        UserDefaults::Object value;
-        if (rest[1] == "-int") {
-            auto number = ParseInt(rest[2]);
-            if (!number)
-                Fail("'" + rest[2] + "' is not a 32-bit integer");
-            value = *number;
-        } else if (rest[1] == "-string") {
-            if (!platform::isValidUTF8(rest[2]))
-                Fail("the text is not valid UTF-8");
-            value = rest[2];
-        } else if (rest[1] == "-data") {
-            auto bytes = ParseHex(rest[2]);
-            if (!bytes)
-                Fail("'" + rest[2] + "' is not an even number of hex digits");
-            value = std::move(*bytes);
-        } else {
-            Fail("unknown type " + rest[1] + " (use -int, -string or -data)");
-        }
-        UserDefaults& store = UserDefaults::standardUserDefaults();
-        store.setObject(value, key);
-        return store.synchronize() ? 0 : 2;
-    }
-    if (verb == "delete") {
-        if (rest.size() != 1)
-            Fail("delete needs exactly one key");
-        std::string key = CheckedKey(rest[0]);
-        UserDefaults& store = UserDefaults::standardUserDefaults();
-        // Deleting an absent key is not an error and leaves the file as it is.
-        if (store.objectForKey(key))
-            store.removeObjectForKey(key);
-        return store.synchronize() ? 0 : 2;
-    }
-    Fail("unknown verb " + verb + " (use read, write or delete)");
+    Tool tool(argc, argv);
+    const int status = tool.run();
+    return FinishOutput(tool.line().program(), status);
 }

@@ -7,21 +7,31 @@
 #include "platform/UserDefaults.h"
 #include "platform/View.h"
 #include "tools/ColourText.h"
+#include "tools/CommandLine.h"
 #include "tools/Output.h"
 
+#include <cstdint>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <exception>
 #include <optional>
 #include <string>
-#include <vector>
 
 namespace {
 
 constexpr const char* kUsage =
-    "usage: bkgcolors-pane [--plugin PATH] [--defaults FILE] [COLOUR]\n"
-    "  COLOUR is #RRGGBB, R,G,B[,A] with components from 0 to 1, or --white W\n";
+    "usage: bkgcolors-pane [--plugin PATH] [--defaults FILE] [COLOUR | --white W]\n"
+    "       bkgcolors-pane -h | --help | --version\n"
+    "Shows the colour of each well of the background colour pane; given a colour, picks it in\n"
+    "the new-colour well, leaves the pane (which stores it) and prints what was stored.\n"
+    "  COLOUR  #RRGGBB, #RGB, rgb(R, G, B) with bytes 0-255, or R,G,B with components 0-1;\n"
+    "          the store keeps no alpha, so a colour that is not fully opaque is refused\n"
+    "  --white W        a grey of white level W, from 0 to 1\n"
+    "  --plugin PATH    the pane module to load (default: the one installed with the program)\n"
+    "  --defaults FILE  the defaults file to use instead of the user's\n"
+    "Exit status: 0 done, 2 bad arguments or a failure of the pane or the store.\n";
+
+// Where the pane keeps its colour: the packed bytes R | G << 8 | B << 16.
+constexpr const char* kColourKey = "BkgColorsSelectedColor";
 
 struct Options {
     std::string plugin;
@@ -29,51 +39,29 @@ struct Options {
     std::optional<platform::Color> colour;
 };
 
-[[noreturn]] void Fail(const std::string& message) {
-    std::fprintf(stderr, "bkgcolors-pane: %s\n", message.c_str());
-    std::exit(2);
-}
-
-Options ParseOptions(int argc, char** argv) {
+Options ParseOptions(const CommandLine& line) {
     Options options;
-    bool pluginGiven = false;
-    for (int i = 1; i < argc; ++i) {
-        std::string arg = argv[i];
-        auto value = [&]() -> std::string {
-            if (i + 1 >= argc)
-                Fail("option " + arg + " needs a value");
-            return argv[++i];
-        };
-        if (arg == "-h" || arg == "--help") {
-            std::fputs(kUsage, stdout);
-            std::exit(FinishOutput("bkgcolors-pane", 0));
-        } else if (arg == "--plugin") {
-            options.plugin = value();
-            pluginGiven = true;
-        } else if (arg == "--defaults") {
-            options.defaults = value();
-            if (options.defaults->empty())
-                Fail("--defaults needs a file name");
-        } else if (arg == "--white") {
-            std::string level = value();
-            auto white = ParseComponent(level);
-            if (!white)
-                Fail("white level '" + level + "' is not a number from 0 to 1");
-            if (options.colour)
-                Fail("more than one colour given");
-            options.colour = platform::Color::colorWithCalibratedWhite(*white, 1.0f);
-        } else if (arg.size() > 1 && arg[0] == '-' && !std::strchr("0123456789.", arg[1])) {
-            Fail("unknown option " + arg + " (try --help)");
-        } else {
-            if (options.colour)
-                Fail("more than one colour given");
-            options.colour = ParseColour(arg);
-            if (!options.colour)
-                Fail("unrecognised colour '" + arg + "' (use #RRGGBB, R,G,B[,A] or --white W)");
-        }
+    options.plugin = line.value("--plugin", platform::PaneBundle::builtInPlugInPath());
+    if (line.has("--defaults")) {
+        options.defaults = line.value("--defaults");
+        if (options.defaults->empty())
+            line.fail("--defaults needs a file name");
     }
-    if (!pluginGiven)
-        options.plugin = platform::PaneBundle::builtInPlugInPath();
+    const auto whites = line.values("--white");
+    if (whites.size() + line.operands().size() > 1)
+        line.fail("more than one colour given");
+    for (const std::string& level : whites) {
+        auto white = ParseComponent(level);
+        if (!white)
+            line.fail("white level '" + level + "' is not a number from 0 to 1");
+        options.colour = platform::Color::colorWithCalibratedWhite(*white, 1.0f);
+    }
+    for (const std::string& text : line.operands()) {
+        std::string why;
+        options.colour = ParseColour(text, &why);
+        if (!options.colour)
+            line.fail(why);
+    }
     return options;
 }
 
@@ -88,19 +76,21 @@ void PrintWell(const std::string& outlet, const platform::Color& colour) {
 } // namespace
 
 int main(int argc, char** argv) {
-    Options options = ParseOptions(argc, argv);
+    CommandLine line("bkgcolors-pane", kUsage);
+    line.read(argc, argv, {"--plugin", "--defaults", "--white"}, false);
+    const Options options = ParseOptions(line);
     if (options.defaults)
         platform::UserDefaults::setStandardPath(*options.defaults);
 
     std::string error;
     auto bundle = platform::PaneBundle::load(options.plugin, error);
     if (!bundle)
-        Fail(error);
+        line.fail(error);
 
     try {
         auto pane = bundle->instantiate();
         if (!pane)
-            Fail("pane plug-in " + options.plugin + " made no pane");
+            line.fail("pane plug-in " + options.plugin + " made no pane");
         platform::View browser("browser");
         pane->setBrowserView(&browser);
         pane->mainViewDidLoad();
@@ -110,17 +100,24 @@ int main(int argc, char** argv) {
         if (options.colour) {
             platform::ColorWell* chosen = pane->colorWell("newColorWell");
             if (!chosen)
-                Fail("pane plug-in " + options.plugin + " has no newColorWell");
+                line.fail("pane plug-in " + options.plugin + " has no newColorWell");
             chosen->setColor(*options.colour);
             pane->didUnselect();
             pane->windowWillClose();
         }
     } catch (const std::exception& e) {
-        Fail(std::string("the pane failed: ") + e.what());
+        line.fail(std::string("the pane failed: ") + e.what());
     } catch (...) {
-        Fail("the pane failed");
+        line.fail("the pane failed");
     }
     // The store has already reported why it could not read or write its file.
-    const bool saved = platform::UserDefaults::standardUserDefaults().synchronize();
-    return FinishOutput("bkgcolors-pane", saved ? 0 : 2);
+    platform::UserDefaults& store = platform::UserDefaults::standardUserDefaults();
+    if (!store.synchronize())
+        return FinishOutput(line.program(), 2);
+    if (options.colour) {
+        const auto packed = static_cast<std::uint32_t>(store.integerForKey(kColourKey));
+        std::printf("stored #%02X%02X%02X (%u)\n", packed & 0xFFu, (packed >> 8) & 0xFFu,
+                    (packed >> 16) & 0xFFu, packed);
+    }
+    return FinishOutput(line.program(), 0);
 }

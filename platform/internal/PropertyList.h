@@ -1,18 +1,12 @@
-// PropertyList.h — platform-internal: a property-list value tree, and the reading and writing of
-// the files that hold one.
-//
-// A Value is any object of the standard kinds. Texts and dictionary keys are UTF-8 and may hold
-// NUL; integers keep their 64-bit two's complement and whether they are unsigned past INT64_MAX;
-// reals and dates keep their bits, so a value read is written back equal. Ownership: a value owns
-// its children. Invariant: kind says which fields hold the value; a dictionary has as many keys as
-// items. Copying: deep, proportional to the tree.
+// PropertyList.h — platform-internal: the reading and writing of the files that hold a property
+// list (the tree itself is platform/PropertyValue.h).
 #pragma once
 
+#include "platform/PropertyValue.h"
+
 #include <cstddef>
-#include <cstdint>
 #include <optional>
 #include <string>
-#include <vector>
 
 namespace platform::internal {
 
@@ -22,37 +16,7 @@ constexpr std::size_t kStoreFileLimit = 4u << 20;
 // Containers nested below the top dictionary; deeper files are not read.
 constexpr int kMaxNesting = 128;
 
-struct Value {
-    enum class Kind : std::uint8_t {
-        Null,
-        Boolean,
-        Integer,
-        Real,
-        Date,
-        Data,
-        String,
-        Uid,
-        Array,
-        Set,
-        Dictionary
-    };
-
-    Kind kind = Kind::Null;
-    bool wide = false;             // Integer: unsigned above INT64_MAX; Real: held as 32-bit float
-    std::uint64_t bits = 0;        // Boolean, Integer, Uid; Real and Date: the bits of the double
-    std::string bytes;             // String (UTF-8) or Data
-    std::vector<Value> items;      // Array, Set, Dictionary values
-    std::vector<std::string> keys; // Dictionary keys, one per item
-
-    static Value Text(std::string text);
-    static Value Number(std::int64_t number);
-    static Value Double(double number);
-    static Value Flag(bool flag);
-    static Value Blob(std::string bytes);
-    double real() const;
-    bool operator==(const Value& other) const;
-    bool operator!=(const Value& other) const { return !(*this == other); }
-};
+using Value = PropertyValue;
 
 // Why a file could not be read.
 enum class ReadError { None, Unparsable, TooLarge };

@@ -66,11 +66,16 @@ TEST_F(ProgramsTest, HostShowsTheDefaultThenStoresTheChosenColourAsOnePackedInte
     const std::tuple<std::vector<std::string>, const char*, std::string> rows[] = {
         {{"#123456"}, "5649426", "#123456"}, // 0x563412: red in the lowest byte
         {{"0.5,1,0"}, "65407", "#7FFF00"},   // 0.5 truncates to 127
-        {{"0,0,1,0.25"}, "16711680", "#0000FF"},
+        {{"#00F"}, "16711680", "#0000FF"},          {{"rgb(1, 2,3)"}, "197121", "#010203"},
+        {{"#FEDCBAFF"}, "12246270", "#FEDCBA"}, // an opaque alpha is no alpha
         {{"--white", "0.5"}, "8355711", "#7F7F7F"},
     };
     for (const auto& [colour, stored, shown] : rows) {
-        EXPECT_EQ(Host(colour).status, 0) << colour[0];
+        SCOPED_TRACE(colour.back());
+        Outcome run = Host(colour);
+        EXPECT_EQ(run.status, 0) << run.err;
+        EXPECT_EQ(run.out.substr(run.out.rfind("stored")),
+                  "stored " + shown + " (" + stored + ")\n");
         EXPECT_EQ(Defaults({"read", "BkgColorsSelectedColor"}).out, stored + std::string("\n"));
         Outcome show = Host({});
         EXPECT_EQ(show.out.substr(0, 24), "currentColorWell " + shown);
@@ -103,6 +108,11 @@ TEST_F(ProgramsTest, BadInvocationsFailCleanlyAndLeaveTheStoreAlone) {
         {pane, {"abc"}, true},
         {pane, {"#112233", "#445566"}, true},
         {pane, {"--white", "2"}, true},
+        {pane, {"--white", "0.5", "#123"}, true},
+        {pane, {"0,0,1,0.25"}, true},
+        {pane, {"#3366CC80"}, true},
+        {pane, {"rgba(1, 2, 3, 0.5)"}, true},
+        {pane, {"rgb(256, 0, 0)"}, true},
         {pane, {"--plugin", "/nonexistent/pane.so", "--defaults", store, "#112233"}, false},
         {pane, {"--plugin", store, "--defaults", store, "#112233"}, false},
         {pane, {"--plugin", library, "--defaults", store, "#112233"}, false}, // no pane factory
@@ -111,9 +121,9 @@ TEST_F(ProgramsTest, BadInvocationsFailCleanlyAndLeaveTheStoreAlone) {
         {tool, {}, true},
         {tool, {"frobnicate"}, true},
         {tool, {"write", "BkgColorsSelectedColor"}, true},
-        {tool, {"write", "BkgColorsSelectedColor", "-int", "2147483648"}, true},
+        {tool, {"write", "BkgColorsSelectedColor", "-int", "9223372036854775808"}, true},
         {tool, {"write", "BkgColorsSelectedColor", "-data", "abc"}, true},
-        {tool, {"write", "BkgColorsSelectedColor", "-float", "1"}, true},
+        {tool, {"write", "BkgColorsSelectedColor", "-float", "inf"}, true},
         {tool, {"write", "BkgColorsSelectedColor", "-string", "\xFF"}, true},
         {tool, {"write", "\xC3", "-int", "1"}, true},
         {tool, {"--defaults"}, false},
@@ -186,9 +196,12 @@ TEST_F(ProgramsTest, StandardStoreFileFollowsTheEnvironment) {
     };
     for (const auto& [assignments, file] : rows) {
         SCOPED_TRACE(assignments);
+        // The file the environment names is the domain; otherwise the store's domain is named.
+        const std::string domain =
+            assignments.rfind("BKGCOLORS", 0) == 0 ? "" : "org.bkgcolors.host ";
         std::string command = "cd " + Quote(f) +
                               " && env -u BKGCOLORS_DEFAULTS -u XDG_CONFIG_HOME " + assignments +
-                              " " + tool + " write k -int 7";
+                              " " + tool + " write " + domain + "k -int 7";
         ASSERT_EQ(std::system(command.c_str()), 0);
         EXPECT_EQ(platform::UserDefaults(file).integerForKey("k"), 7);
         struct stat made;

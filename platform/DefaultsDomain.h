@@ -1,0 +1,59 @@
+// DefaultsDomain.h — stands for the defaults command's view of the user-defaults files: a domain is
+// one file of the defaults folder, read as a whole property-list tree and replaced whole.
+//
+// A domain holds only its path; nothing is cached between calls. Reading never changes the disk.
+// A change runs under the same lock the store takes and is written the way the store writes
+// (temporary file, flushed, renamed over), within the same size limit, so a store and this view can
+// work on one file at once. Copying: copies the path.
+#pragma once
+
+#include "platform/PropertyValue.h"
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace platform {
+
+// The folder of the defaults files: $XDG_CONFIG_HOME when it is absolute, else $HOME/.config.
+std::string DefaultsFolder();
+// The domains of DefaultsFolder(): its `*.plist` files without the suffix, sorted; an absent
+// folder has none. nullopt, with a reason, when the folder cannot be listed.
+std::optional<std::vector<std::string>> DomainNames(std::string& error);
+
+// A property list (binary or XML, with a dictionary at the top) read from `bytes`; nullopt, with a
+// one-line reason, for anything else or anything past the store's size limit.
+std::optional<PropertyValue> ParsePropertyList(const std::string& bytes, std::string& error);
+// The XML form of `root`; nullopt, with a reason, when it holds what XML cannot carry (a control
+// character in a text or key).
+std::optional<std::string> XmlPropertyList(const PropertyValue& root, std::string& error);
+
+class DefaultsDomain {
+public:
+    explicit DefaultsDomain(std::string path) : path_(std::move(path)) {}
+    const std::string& path() const { return path_; }
+
+    enum class Status { Missing, Present, Failed };
+    // Reads the file into `root`. Failed, with a one-line reason, when it is not a regular file or
+    // cannot be read or parsed.
+    Status read(PropertyValue& root, std::string& error) const;
+
+    // Decides a change: gets the file's tree (an empty dictionary when the file is absent or cannot
+    // be parsed) and whether the file exists; returns true to have the changed tree written.
+    using Change = std::function<bool(PropertyValue& root, bool exists)>;
+    enum class Outcome { Written, Declined, Failed };
+    // Under the file's lock: reads the file, hands it to `change` and, when that accepts, writes
+    // the result. A file that could not be parsed is first moved aside (reported in `notice`).
+    // Failed, with a reason and the file untouched, when it cannot be read, locked or written, or
+    // the result would pass the size limit.
+    Outcome update(const Change& change, std::string& error, std::string& notice);
+
+    // Under the file's lock: removes the file. Missing when there was none.
+    Status remove(std::string& error);
+
+private:
+    std::string path_;
+};
+
+} // namespace platform
