@@ -3,11 +3,13 @@
 // trimming and direct buffer access. Every change goes through PrepareWrite and releases the
 // replaced block only after the change, so text may be taken from the string itself.
 #include "base/Str.h"
+#include "base/internal/Alias.h"
 
 #include <climits>
 #include <cstdint>
 #include <cstring>
 
+using StrImplementation::PointsInto;
 using StrImplementation::SBlock;
 using StrImplementation::syncstr;
 using StrImplementation::verifymt;
@@ -23,12 +25,6 @@ char NarrowChar(wchar_t ch) {
     char buf[MB_LEN_MAX];
     std::mbstate_t state{};
     return std::wcrtomb(buf, ch, &state) == 1 ? buf[0] : '?';
-}
-
-bool PointsInto(const char* p, const char* begin, const char* end) {
-    const auto a = reinterpret_cast<std::uintptr_t>(p);
-    return a >= reinterpret_cast<std::uintptr_t>(begin) &&
-           a <= reinterpret_cast<std::uintptr_t>(end);
 }
 
 bool InSet(const char* set, char c) {

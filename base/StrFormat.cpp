@@ -7,6 +7,7 @@
 // reads: h and hh an int, l a long, ll and L a long long (integers) or a long double (floating
 // conversions); '*' takes an int wherever printf takes one.
 #include "base/Str.h"
+#include "base/internal/Alias.h"
 
 #include <charconv>
 #include <climits>
@@ -17,6 +18,7 @@
 #include <langinfo.h>
 #include <new>
 
+using StrImplementation::PointsInto;
 using StrImplementation::SBlock;
 using StrImplementation::StrArgList;
 using StrImplementation::verifymt;
@@ -622,16 +624,6 @@ int OneValue(Sink& sink, const char*& fmt, StrArgList& ap, signed char wide) {
         sink.Put(&letter, 1);
     }
     return 1;
-}
-
-// True when p points into the text area of s's own block (the empty block is never written).
-bool PointsInto(const Str& s, const char* p) {
-    const char* text = s;
-    if (text == StrImplementation::oInitializer.text)
-        return false;
-    auto b = reinterpret_cast<std::uintptr_t>(text);
-    auto q = reinterpret_cast<std::uintptr_t>(p);
-    return q >= b && q <= b + static_cast<std::uintptr_t>(SBlock::of(text)->capacity);
 }
 
 } // namespace

@@ -5,6 +5,8 @@
 // byte as an unsigned char; ordering compares bytes as signed chars, so bytes 128-255 sort before
 // the ASCII range.
 #include "base/Str.h"
+#include "base/internal/Alias.h"
+#include "base/internal/CaseFold.h"
 #include "base/internal/SortOrder.h"
 
 #include <algorithm>
@@ -21,6 +23,9 @@
 #include <string>
 #include <vector>
 
+using StrImplementation::CaseMap;
+using StrImplementation::FoldCase;
+using StrImplementation::PointsInto;
 using StrImplementation::SBlock;
 
 namespace {
@@ -28,30 +33,6 @@ namespace {
 inline unsigned char U(char c) {
     return static_cast<unsigned char>(c);
 }
-
-// One case mapping of the current locale (to upper case or to lower case), looked up once per
-// operation rather than once per character.
-class CaseMap {
-public:
-#ifdef __GLIBC__
-    explicit CaseMap(bool upper)
-        : table_(upper ? *__ctype_toupper_loc() : *__ctype_tolower_loc()) {}
-    int operator()(unsigned char c) const {
-        return table_[c];
-    }
-
-private:
-    const std::int32_t* table_;
-#else
-    explicit CaseMap(bool upper) : upper_(upper) {}
-    int operator()(unsigned char c) const {
-        return upper_ ? std::toupper(c) : std::tolower(c);
-    }
-
-private:
-    bool upper_;
-#endif
-};
 
 inline signed char UpperForOrdering(const CaseMap& map, char c) {
     return static_cast<signed char>(map(U(c)));
@@ -79,14 +60,6 @@ private:
     char local_[128];
     char* heap_;
 };
-
-// True when p points into the text area of s's block (the argument aliases the string).
-bool PointsInto(const Str& s, const char* p) {
-    const char* text = s;
-    auto b = reinterpret_cast<std::uintptr_t>(text);
-    auto q = reinterpret_cast<std::uintptr_t>(p);
-    return q >= b && q <= b + static_cast<std::uintptr_t>(SBlock::of(text)->capacity);
-}
 
 // True when a zero byte lies in [from, to): a text search ends at the first zero byte after its
 // start, so a match beyond one does not count.
@@ -609,13 +582,13 @@ int Str::ReverseFind(char ch, int start) const {
 int Str::FindNoCase(char ch, int start) const {
     Str lower(*this);
     lower.Str_MakeUL(0);
-    return lower.Find(static_cast<char>(std::tolower(U(ch))), start);
+    return lower.Find(static_cast<char>(FoldCase(U(ch), false)), start);
 }
 
 int Str::ReverseFindNoCase(char ch, int start) const {
     Str lower(*this);
     lower.Str_MakeUL(0);
-    return lower.ReverseFind(static_cast<char>(std::tolower(U(ch))), start);
+    return lower.ReverseFind(static_cast<char>(FoldCase(U(ch), false)), start);
 }
 
 // --- Text searches -----------------------------------------------------------------------------
