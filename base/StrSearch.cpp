@@ -6,6 +6,7 @@
 // the ASCII range.
 #include "base/Str.h"
 #include "base/internal/Alias.h"
+#include "base/internal/ByteOrder.h"
 #include "base/internal/CaseFold.h"
 #include "base/internal/SortOrder.h"
 
@@ -25,6 +26,7 @@
 
 using StrImplementation::CaseMap;
 using StrImplementation::FoldCase;
+using StrImplementation::LoadBigEndian8;
 using StrImplementation::PointsInto;
 using StrImplementation::SBlock;
 
@@ -210,14 +212,6 @@ private:
     long nextAt_[2] = {-1, -1};
 };
 
-// The 8 bytes at p as one number whose order is theirs as a byte string.
-std::uint64_t BigEndian8(const unsigned char* p) {
-    std::uint64_t v = 0;
-    for (int i = 0; i < 8; ++i)
-        v = v << 8 | p[i];
-    return v;
-}
-
 // Whole-text number check: the parse must have consumed every character of the text.
 template <typename T> T CheckNumber(const Str& s, const char* end, T value, signed char* failed) {
     const char* text = s;
@@ -386,7 +380,7 @@ std::vector<std::uint32_t> CaseOrder::Order() {
         const unsigned char* q = base + offsets[b.index];
         std::size_t at = 0;
         for (; at + 8 <= common; at += 8) {
-            const std::uint64_t x = BigEndian8(p + at), y = BigEndian8(q + at);
+            const std::uint64_t x = LoadBigEndian8(p + at), y = LoadBigEndian8(q + at);
             if (x != y)
                 return x < y;
         }
