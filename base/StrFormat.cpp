@@ -25,6 +25,19 @@ using StrImplementation::verifymt;
 
 namespace {
 
+// Ends an argument list, started or copied just before, on every path out of the scope, thrown
+// exceptions included. va_start itself must stay in the variadic function.
+class VaListEnd {
+public:
+    explicit VaListEnd(va_list& ap) : ap_(ap) {}
+    ~VaListEnd() { va_end(ap_); }
+    VaListEnd(const VaListEnd&) = delete;
+    VaListEnd& operator=(const VaListEnd&) = delete;
+
+private:
+    va_list& ap_;
+};
+
 // Characters that may stand between '%' and the conversion letter.
 constexpr char fprefix[] = "-+0 #*.123456789hlL";
 // Conversions that take one integer (or character) argument.
@@ -113,9 +126,8 @@ int STR_dosprintf_X(char* buf, std::size_t size, const char* fmt, va_list ap) {
 int DoSprintf(char* buf, std::size_t size, const char* fmt, ...) {
     va_list ap;
     va_start(ap, fmt);
-    const int n = STR_dosprintf_X(buf, size, fmt, ap);
-    va_end(ap);
-    return n;
+    const VaListEnd end(ap);
+    return STR_dosprintf_X(buf, size, fmt, ap);
 }
 
 // Formats into out, growing it to the full result; returns the length, or -1 when the formatter
@@ -123,20 +135,16 @@ int DoSprintf(char* buf, std::size_t size, const char* fmt, ...) {
 int FormatInto(TextBuf& out, const char* fmt, ...) {
     va_list ap, again;
     va_start(ap, fmt);
+    const VaListEnd endAp(ap);
     va_copy(again, ap);
+    const VaListEnd endAgain(again);
     int n = STR_dosprintf_X(out.data(), out.capacity(), fmt, ap);
-    va_end(ap);
-    bool roomless = false;
     if (n >= 0 && static_cast<std::size_t>(n) >= out.capacity()) {
-        if (static_cast<std::size_t>(n) <= kMaxLength &&
-            out.Reserve(static_cast<std::size_t>(n) + 1))
-            n = STR_dosprintf_X(out.data(), out.capacity(), fmt, again);
-        else
-            roomless = true;
+        if (static_cast<std::size_t>(n) > kMaxLength ||
+            !out.Reserve(static_cast<std::size_t>(n) + 1))
+            throw std::bad_alloc();
+        n = STR_dosprintf_X(out.data(), out.capacity(), fmt, again);
     }
-    va_end(again);
-    if (roomless)
-        throw std::bad_alloc();
     out.SetSize(n < 0 ? 0 : static_cast<std::size_t>(n));
     return n;
 }
@@ -714,18 +722,12 @@ Str Narrowed(const wchar_t* fmt) {
     return narrow;
 }
 
-// Formats from a copy of ap, so that the caller's list is left where it was; the copy is ended
-// here whatever happens.
+// Formats from a copy of ap, so that the caller's list is left where it was.
 Str& FormatCopy(Str& s, const char* fmt, va_list ap, signed char wide) {
     StrArgList args;
     va_copy(args.ap, ap);
-    try {
-        s.FormatVaArg(fmt, args, wide);
-    } catch (...) {
-        va_end(args.ap);
-        throw;
-    }
-    va_end(args.ap);
+    const VaListEnd end(args.ap);
+    s.FormatVaArg(fmt, args, wide);
     return s;
 }
 
@@ -734,28 +736,16 @@ Str& FormatCopy(Str& s, const char* fmt, va_list ap, signed char wide) {
 Str& Str::Format(const char* fmt, ...) {
     va_list ap;
     va_start(ap, fmt);
-    try {
-        FormatCopy(*this, fmt, ap, 0);
-    } catch (...) {
-        va_end(ap);
-        throw;
-    }
-    va_end(ap);
-    return *this;
+    const VaListEnd end(ap);
+    return FormatCopy(*this, fmt, ap, 0);
 }
 
 Str& Str::Format(const wchar_t* fmt, ...) {
     const Str narrow = Narrowed(fmt);
     va_list ap;
     va_start(ap, fmt);
-    try {
-        FormatCopy(*this, narrow, ap, 1);
-    } catch (...) {
-        va_end(ap);
-        throw;
-    }
-    va_end(ap);
-    return *this;
+    const VaListEnd end(ap);
+    return FormatCopy(*this, narrow, ap, 1);
 }
 
 Str& Str::FormatVA(const char* fmt, va_list ap) {
@@ -769,14 +759,9 @@ Str& Str::FormatVA(const wchar_t* fmt, va_list ap) {
 Str& Str::AppendFormat(const char* fmt, ...) {
     StrArgList args;
     va_start(args.ap, fmt);
+    const VaListEnd end(args.ap);
     verifymt vm{this};
-    try {
-        FormatCore(fmt, vm, args, 0);
-    } catch (...) {
-        va_end(args.ap);
-        throw;
-    }
-    va_end(args.ap);
+    FormatCore(fmt, vm, args, 0);
     return *this;
 }
 
