@@ -25,8 +25,8 @@
 // checker counts them as reachable, never as leaked). A program that wants the memory back calls
 // Str::CompactFreeMemory(), which frees every pooled block and keeps pooling, or
 // Str::SetShutdownFlag(1), which does the same and then frees each released block at once until
-// SetShutdownFlag(0). Neither the pane nor the hosts call them; the test programs drain after
-// every test (tests/support/PoolDrain.cpp) so that each test's memory is its own.
+// SetShutdownFlag(0). Neither the pane nor the hosts call them; each test program drains once
+// its tests are done (tests/support/PoolDrain.cpp), so that a leak checker sees only real leaks.
 #include "base/Str.h"
 
 #include <climits>
