@@ -20,13 +20,6 @@ const char trim_defaultcharset[] = " \t\r\n";
 
 namespace {
 
-// One byte per wide character: the locale's single-byte form, or '?' when it has none.
-char NarrowChar(wchar_t ch) {
-    char buf[MB_LEN_MAX];
-    std::mbstate_t state{};
-    return std::wcrtomb(buf, ch, &state) == 1 ? buf[0] : '?';
-}
-
 bool InSet(const char* set, char c) {
     return c != 0 && std::strchr(set, c) != nullptr;
 }
@@ -57,7 +50,7 @@ void Str::Copy_FromUni(const wchar_t* s) {
     syncstr held;
     PrepareWrite(CapacityFor(static_cast<long long>(len)), false, true, held);
     for (std::size_t i = 0; i < len; ++i)
-        dptr[i] = NarrowChar(s[i]);
+        dptr[i] = Char::ToANSI(s[i]);
     dptr[len] = 0;
     Block()->length = static_cast<int>(len);
     ReleaseHeld(held);

@@ -8,6 +8,7 @@
 // conversions); '*' takes an int wherever printf takes one.
 #include "base/Str.h"
 #include "base/internal/Alias.h"
+#include "base/internal/TextBuf.h"
 
 #include <charconv>
 #include <climits>
@@ -21,6 +22,7 @@
 using StrImplementation::PointsInto;
 using StrImplementation::SBlock;
 using StrImplementation::StrArgList;
+using StrImplementation::TextBuf;
 using StrImplementation::verifymt;
 
 namespace {
@@ -70,53 +72,6 @@ constexpr std::size_t kMaxLength = INT_MAX - 1024;
 // The size estimate of an empty string before formatting is a hint; it is capped so that an
 // absurd format cannot ask for an absurd block up front.
 constexpr long long kMaxEstimate = 1LL << 26;
-
-// A byte buffer on the stack that moves to the heap when it must grow; always zero-terminated.
-class TextBuf {
-public:
-    TextBuf() { local_[0] = 0; }
-    ~TextBuf() {
-        if (data_ != local_)
-            std::free(data_);
-    }
-    TextBuf(const TextBuf&) = delete;
-    TextBuf& operator=(const TextBuf&) = delete;
-
-    char* data() { return data_; }
-    std::size_t size() const { return size_; }
-    std::size_t capacity() const { return cap_; }
-
-    // Makes room for n bytes, keeping the contents; false when the heap cannot.
-    bool Reserve(std::size_t n) {
-        if (n <= cap_)
-            return true;
-        char* p = static_cast<char*>(std::malloc(n));
-        if (!p)
-            return false;
-        std::memcpy(p, data_, size_ + 1);
-        if (data_ != local_)
-            std::free(data_);
-        data_ = p;
-        cap_ = n;
-        return true;
-    }
-    void Push(char c) {
-        if (size_ + 2 > cap_ && !Reserve(cap_ * 2))
-            throw std::bad_alloc();
-        data_[size_++] = c;
-        data_[size_] = 0;
-    }
-    void SetSize(std::size_t n) {
-        size_ = n;
-        data_[n] = 0;
-    }
-
-private:
-    char local_[128];
-    char* data_ = local_;
-    std::size_t cap_ = sizeof(local_);
-    std::size_t size_ = 0;
-};
 
 // The one place that calls the C library's formatter.
 int STR_dosprintf_X(char* buf, std::size_t size, const char* fmt, va_list ap) {

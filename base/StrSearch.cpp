@@ -9,6 +9,7 @@
 #include "base/internal/ByteOrder.h"
 #include "base/internal/CaseFold.h"
 #include "base/internal/SortOrder.h"
+#include "base/internal/TextBuf.h"
 
 #include <algorithm>
 #include <cctype>
@@ -29,6 +30,7 @@ using StrImplementation::FoldCase;
 using StrImplementation::LoadBigEndian8;
 using StrImplementation::PointsInto;
 using StrImplementation::SBlock;
+using StrImplementation::TextBuf;
 
 namespace {
 
@@ -44,24 +46,6 @@ inline signed char UpperForOrdering(const CaseMap& map, char c) {
 inline int SignedOrder(signed char a, signed char b) {
     return a > b ? 1 : -1;
 }
-
-// Scratch text that lives on the stack for short texts and on the heap otherwise.
-class Scratch {
-public:
-    explicit Scratch(std::size_t bytes)
-        : heap_(bytes > sizeof(local_) ? static_cast<char*>(std::malloc(bytes)) : nullptr) {
-        if (bytes > sizeof(local_) && !heap_)
-            throw std::bad_alloc();
-    }
-    ~Scratch() { std::free(heap_); }
-    Scratch(const Scratch&) = delete;
-    Scratch& operator=(const Scratch&) = delete;
-    char* get() { return heap_ ? heap_ : local_; }
-
-private:
-    char local_[128];
-    char* heap_;
-};
 
 // True when a zero byte lies in [from, to): a text search ends at the first zero byte after its
 // start, so a match beyond one does not count.
@@ -603,17 +587,17 @@ int Str::FindNoCase(const char* s, int start) const {
     if (!s)
         s = "";
     const std::size_t m = std::strlen(s);
-    Scratch needle(m + 1);
-    std::memcpy(needle.get(), s, m + 1);
-    StrImplementation::STR_ToLower(needle.get(), static_cast<unsigned int>(m));
+    TextBuf needle(m + 1);
+    std::memcpy(needle.data(), s, m + 1);
+    StrImplementation::STR_ToLower(needle.data(), static_cast<unsigned int>(m));
     const long len = GetLength();
     if (start >= 0 && m > 0 && !SearchedTextEnd(dptr, dptr + (start < len ? start : len)))
-        return static_cast<int>(LoweredFinder(dptr, len, needle.get(), m).Next(start));
+        return static_cast<int>(LoweredFinder(dptr, len, needle.data(), m).Next(start));
     // Outside the text's first zero-free run the lower-case copy may differ from the text beyond
     // it; the range error names that copy too. Search the copy itself.
     Str lower(*this);
     lower.Str_MakeUL(0);
-    return lower.Find(needle.get(), start);
+    return lower.Find(needle.data(), start);
 }
 
 int Str::FindOneOf(const char* set, int start) const {
@@ -706,8 +690,8 @@ void Str::Str_MakeUL(signed char upper) {
     }
     if (first >= len || dptr[first] == 0)
         return;
-    Scratch scratch(static_cast<std::size_t>(len) + 1);
-    char* s = scratch.get();
+    TextBuf scratch(static_cast<std::size_t>(len) + 1);
+    char* s = scratch.data();
     std::memcpy(s, dptr, static_cast<std::size_t>(len) + 1);
     const unsigned int rest = static_cast<unsigned int>(len - first);
     if (upper)
