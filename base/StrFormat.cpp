@@ -217,18 +217,18 @@ bool PrintfAccepts(const char* p, std::size_t len) {
     const char* end = p + len;
     while (p < end && (*p == '-' || *p == '+' || *p == ' ' || *p == '0' || *p == '#'))
         ++p;
-    if (p < end && *p == '*')
-        ++p;
-    else
-        while (p < end && IsDigit(*p))
-            ++p;
-    if (p < end && *p == '.') {
-        ++p;
+    // A width, then a precision after its '.': each one star or a run of digits.
+    const auto field = [&] {
         if (p < end && *p == '*')
             ++p;
         else
             while (p < end && IsDigit(*p))
                 ++p;
+    };
+    field();
+    if (p < end && *p == '.') {
+        ++p;
+        field();
     }
     if (p < end && (*p == 'h' || *p == 'l')) {
         const char m = *p++;
