@@ -7,6 +7,11 @@
 
 namespace StrImplementation {
 
+// A char as the byte the classification and case functions take: never a negative value.
+inline unsigned char AsByte(char c) {
+    return static_cast<unsigned char>(c);
+}
+
 // The current locale's upper- or lower-case form of byte c: the one place the library asks the C
 // library how a byte changes case.
 inline unsigned char FoldCase(unsigned char c, bool upper) {
