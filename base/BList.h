@@ -19,6 +19,7 @@
 
 #include "base/BAssert.h"
 #include "base/BMetaDataClass.h"
+#include "base/ListLinks.h"
 #include "base/Position.h"
 
 #include <algorithm>
@@ -119,14 +120,7 @@ template <class T> __POSITION* BList<T>::AddHead(T& elem) {
     B_ASSERT(this);
     Node* node = MakeNode(elem);
     B_ASSERT(node);
-    ++m_count;
-    if (m_head) {
-        node->next = m_head;
-        m_head->prev = node;
-    } else {
-        m_tail = node;
-    }
-    m_head = node;
+    ListLinks::LinkHead(m_head, m_tail, m_count, node);
     return PositionOf(node);
 }
 
@@ -134,14 +128,7 @@ template <class T> __POSITION* BList<T>::AddTail(T& elem) {
     B_ASSERT(this);
     Node* node = MakeNode(elem);
     B_ASSERT(node);
-    ++m_count;
-    if (m_tail) {
-        node->prev = m_tail;
-        m_tail->next = node;
-    } else {
-        m_head = node;
-    }
-    m_tail = node;
+    ListLinks::LinkTail(m_head, m_tail, m_count, node);
     return PositionOf(node);
 }
 
@@ -162,67 +149,22 @@ template <class T> __POSITION* BList<T>::InsertBefore(__POSITION* pos, T& elem) 
 
 template <class T> bool BList<T>::RemoveAt(__POSITION* pos) {
     B_ASSERT(this);
-    Node* node = NodeAt(pos);
-    if (!node)
-        return false;
-    if (node == m_head)
-        return RemoveHead();
-    if (node == m_tail)
-        return RemoveTail();
-    node->prev->next = node->next;
-    node->next->prev = node->prev;
-    delete node;
-    --m_count;
-    return true;
+    return ListLinks::RemoveAt(m_head, m_tail, m_count, NodeAt(pos));
 }
 
 template <class T> bool BList<T>::RemoveHead() {
     B_ASSERT(this);
-    Node* old = m_head;
-    if (!old)
-        return false;
-    if (old->next) {
-        m_head = old->next;
-        m_head->prev = nullptr;
-        --m_count;
-    } else {
-        m_head = nullptr;
-        m_tail = nullptr;
-        m_count = 0;
-    }
-    delete old;
-    return true;
+    return ListLinks::RemoveHead(m_head, m_tail, m_count);
 }
 
 template <class T> bool BList<T>::RemoveTail() {
     B_ASSERT(this);
-    Node* old = m_tail;
-    if (!old)
-        return false;
-    if (old->prev) {
-        m_tail = old->prev;
-        m_tail->next = nullptr;
-        --m_count;
-    } else {
-        m_head = nullptr;
-        m_tail = nullptr;
-        m_count = 0;
-    }
-    delete old;
-    return true;
+    return ListLinks::RemoveTail(m_head, m_tail, m_count);
 }
 
 template <class T> void BList<T>::RemoveAll() {
     B_ASSERT(this);
-    Node* node = m_head;
-    while (node) {
-        Node* next = node->next;
-        delete node;
-        node = next;
-    }
-    m_head = nullptr;
-    m_tail = nullptr;
-    m_count = 0;
+    ListLinks::RemoveAll(m_head, m_tail, m_count);
 }
 
 template <class T> T& BList<T>::GetTail() {

@@ -1,12 +1,16 @@
 #include "base/BMemFile.h"
 
 #include "base/BAssert.h"
+#include "base/internal/ByteOrder.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <limits>
 #include <new>
+
+using StrImplementation::LoadLittleEndian;
+using StrImplementation::StoreLittleEndian;
 
 BMemFile::BMemFile()
     : m_capacity(0), m_length(0), m_growBy(kDefaultGrowBy), m_position(0), m_buffer(nullptr),
@@ -192,16 +196,13 @@ void BMemFile::GrowForWrite(unsigned int n) {
 int BMemFile::ReadLittleEndian(unsigned int width, unsigned int& bits) {
     unsigned char bytes[4] = {0, 0, 0, 0};
     int count = static_cast<int>(Read(bytes, width));
-    bits = 0;
-    for (unsigned int i = width; i-- > 0;)
-        bits = (bits << 8) | bytes[i];
+    bits = LoadLittleEndian(bytes, width);
     return count;
 }
 
 int BMemFile::WriteGrowing(unsigned int width, unsigned int bits) {
     unsigned char bytes[4];
-    for (unsigned int i = 0; i < width; ++i)
-        bytes[i] = static_cast<unsigned char>(bits >> (8 * i));
+    StoreLittleEndian(bytes, bits, width);
     return Write(bytes, width);
 }
 

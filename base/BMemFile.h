@@ -135,6 +135,8 @@ private:
     int ReadLittleEndian(unsigned int width, unsigned int& bits);
     // The 4-byte read when fewer than 4 bytes remain.
     int ReadShort(unsigned int& value);
+    // The inline fast paths below spell out the byte order themselves: an installed header cannot
+    // use the library's internal one, and a call per scalar would cost the run of writes.
     static unsigned int LittleEndian4(const unsigned char* p) {
         return p[0] | p[1] << 8 | p[2] << 16 | static_cast<unsigned int>(p[3]) << 24;
     }

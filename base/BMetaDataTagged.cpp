@@ -1,15 +1,9 @@
 #include "base/BMetaDataTagged.h"
 
 #include "base/BMemFile.h"
+#include "base/internal/CaseFold.h"
 
-namespace {
-
-// Tags fold ASCII letters only, whatever the locale.
-int FoldCase(unsigned char c) {
-    return c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c;
-}
-
-} // namespace
+using StrImplementation::LowerAscii;
 
 BMetaDataTagged& BMetaDataTagged::operator=(const BMetaDataTagged& other) {
     if (this == &other)
@@ -24,8 +18,9 @@ int BMetaDataTagged::CompareTag(const char* text) const {
         text = "";
     const unsigned char* tag = m_tag.GetDataPtr();
     for (unsigned int i = 0;; ++i) {
-        int a = FoldCase(static_cast<unsigned char>(text[i]));
-        int b = i < m_tag.m_size ? FoldCase(tag[i]) : 0;
+        // Tags fold ASCII letters only, whatever the locale.
+        int a = LowerAscii(static_cast<unsigned char>(text[i]));
+        int b = i < m_tag.m_size ? LowerAscii(tag[i]) : 0;
         if (a != b || a == 0)
             return a - b;
     }

@@ -2,11 +2,15 @@
 
 #include "base/BMemFile.h"
 #include "base/BMetaDataClass.h"
+#include "base/internal/ByteOrder.h"
 
 #include <cstdint>
 #include <cstring>
 #include <string>
 #include <utility>
+
+using StrImplementation::LoadLittleEndian;
+using StrImplementation::StoreLittleEndian;
 
 namespace {
 
@@ -14,18 +18,6 @@ using Node = LinkedListNode<BMetaDataTagged>;
 
 Node* NodeAt(__POSITION* pos) {
     return reinterpret_cast<Node*>(pos);
-}
-
-void StoreLittleEndian(unsigned char* out, std::uint32_t bits, unsigned int width) {
-    for (unsigned int i = 0; i < width; ++i)
-        out[i] = static_cast<unsigned char>(bits >> (8 * i));
-}
-
-std::uint32_t LoadLittleEndian(const unsigned char* in, unsigned int width) {
-    std::uint32_t bits = 0;
-    for (unsigned int i = width; i-- > 0;)
-        bits = (bits << 8) | in[i];
-    return bits;
 }
 
 // The text of a run of bytes: up to its first zero byte or its end. Runs read from a stream need

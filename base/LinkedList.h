@@ -10,6 +10,7 @@
 #pragma once
 
 #include "base/BAssert.h"
+#include "base/ListLinks.h"
 #include "base/Position.h"
 
 #include <memory>
@@ -105,67 +106,22 @@ public:
     // Removes the node at pos, which must belong to this list. Null: false, nothing changes.
     bool RemoveAt(__POSITION* pos) {
         LINKEDLIST_CHECK_THIS();
-        Node* node = ToNode(pos);
-        if (node == nullptr)
-            return false;
-        if (node == m_head)
-            return RemoveHead();
-        if (node == m_tail)
-            return RemoveTail();
-        node->prev->next = node->next;
-        node->next->prev = node->prev;
-        delete node;
-        --m_count;
-        return true;
+        return ListLinks::RemoveAt(m_head, m_tail, m_count, ToNode(pos));
     }
     // Removes the head node; false when the list is empty.
     bool RemoveHead() {
         LINKEDLIST_CHECK_THIS();
-        Node* old = m_head;
-        if (old == nullptr)
-            return false;
-        m_head = old->next;
-        if (m_head != nullptr) {
-            m_head->prev = nullptr;
-            --m_count;
-        } else {
-            m_tail = nullptr;
-            m_count = 0;
-        }
-        delete old;
-        return true;
+        return ListLinks::RemoveHead(m_head, m_tail, m_count);
     }
     // Removes the tail node; false when the list is empty.
     bool RemoveTail() {
         LINKEDLIST_CHECK_THIS();
-        Node* old = m_tail;
-        if (old == nullptr)
-            return false;
-        m_tail = old->prev;
-        if (m_tail != nullptr) {
-            m_tail->next = nullptr;
-            --m_count;
-        } else {
-            m_head = nullptr;
-            m_count = 0;
-        }
-        delete old;
-        return true;
+        return ListLinks::RemoveTail(m_head, m_tail, m_count);
     }
     // Removes every node; every position of the list becomes invalid.
     void RemoveAll() {
         LINKEDLIST_CHECK_THIS();
-        if (m_count == 0)
-            return;
-        Node* node = m_head;
-        while (node != nullptr) {
-            Node* next = node->next;
-            delete node;
-            node = next;
-        }
-        m_head = nullptr;
-        m_tail = nullptr;
-        m_count = 0;
+        ListLinks::RemoveAll(m_head, m_tail, m_count);
     }
 
     // A new unlinked node holding a copy of value. Does not add it to the list.
@@ -191,15 +147,7 @@ protected:
     }
     // Links an unlinked node after the tail.
     __POSITION* LinkAtTail(Node* node) {
-        ++m_count;
-        if (m_tail == nullptr) {
-            m_head = node;
-            m_tail = node;
-        } else {
-            node->prev = m_tail;
-            m_tail->next = node;
-            m_tail = node;
-        }
+        ListLinks::LinkTail(m_head, m_tail, m_count, node);
         return ToPosition(node);
     }
 

@@ -19,6 +19,14 @@
 //
 // The empty block (oInitializer) is recognised by its address and carries a count of 2 that is
 // never changed, so every "sole holder" test is false for it and it is never written or freed.
+//
+// Draining. Nothing drains the pool on its own: the library does no work at exit, and the blocks
+// still pooled then go back with the process (the chain heads keep them reachable, so a leak
+// checker counts them as reachable, never as leaked). A program that wants the memory back calls
+// Str::CompactFreeMemory(), which frees every pooled block and keeps pooling, or
+// Str::SetShutdownFlag(1), which does the same and then frees each released block at once until
+// SetShutdownFlag(0). Neither the pane nor the hosts call them; each test program drains once
+// its tests are done (tests/support/PoolDrain.cpp), so that a leak checker sees only real leaks.
 #include "base/Str.h"
 
 #include <climits>

@@ -3,11 +3,13 @@
 // trimming and direct buffer access. Every change goes through PrepareWrite and releases the
 // replaced block only after the change, so text may be taken from the string itself.
 #include "base/Str.h"
+#include "base/internal/Alias.h"
 
 #include <climits>
 #include <cstdint>
 #include <cstring>
 
+using StrImplementation::PointsInto;
 using StrImplementation::SBlock;
 using StrImplementation::syncstr;
 using StrImplementation::verifymt;
@@ -17,19 +19,6 @@ const char trim_defaultcharset[] = " \t\r\n";
 } // namespace StrImplementation
 
 namespace {
-
-// One byte per wide character: the locale's single-byte form, or '?' when it has none.
-char NarrowChar(wchar_t ch) {
-    char buf[MB_LEN_MAX];
-    std::mbstate_t state{};
-    return std::wcrtomb(buf, ch, &state) == 1 ? buf[0] : '?';
-}
-
-bool PointsInto(const char* p, const char* begin, const char* end) {
-    const auto a = reinterpret_cast<std::uintptr_t>(p);
-    return a >= reinterpret_cast<std::uintptr_t>(begin) &&
-           a <= reinterpret_cast<std::uintptr_t>(end);
-}
 
 bool InSet(const char* set, char c) {
     return c != 0 && std::strchr(set, c) != nullptr;
@@ -61,7 +50,7 @@ void Str::Copy_FromUni(const wchar_t* s) {
     syncstr held;
     PrepareWrite(CapacityFor(static_cast<long long>(len)), false, true, held);
     for (std::size_t i = 0; i < len; ++i)
-        dptr[i] = NarrowChar(s[i]);
+        dptr[i] = Char::ToANSI(s[i]);
     dptr[len] = 0;
     Block()->length = static_cast<int>(len);
     ReleaseHeld(held);

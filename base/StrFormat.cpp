@@ -7,6 +7,8 @@
 // reads: h and hh an int, l a long, ll and L a long long (integers) or a long double (floating
 // conversions); '*' takes an int wherever printf takes one.
 #include "base/Str.h"
+#include "base/internal/Alias.h"
+#include "base/internal/TextBuf.h"
 
 #include <charconv>
 #include <climits>
@@ -17,11 +19,26 @@
 #include <langinfo.h>
 #include <new>
 
+using StrImplementation::PointsInto;
 using StrImplementation::SBlock;
 using StrImplementation::StrArgList;
+using StrImplementation::TextBuf;
 using StrImplementation::verifymt;
 
 namespace {
+
+// Ends an argument list, started or copied just before, on every path out of the scope, thrown
+// exceptions included. va_start itself must stay in the variadic function.
+class VaListEnd {
+public:
+    explicit VaListEnd(va_list& ap) : ap_(ap) {}
+    ~VaListEnd() { va_end(ap_); }
+    VaListEnd(const VaListEnd&) = delete;
+    VaListEnd& operator=(const VaListEnd&) = delete;
+
+private:
+    va_list& ap_;
+};
 
 // Characters that may stand between '%' and the conversion letter.
 constexpr char fprefix[] = "-+0 #*.123456789hlL";
@@ -56,53 +73,6 @@ constexpr std::size_t kMaxLength = INT_MAX - 1024;
 // absurd format cannot ask for an absurd block up front.
 constexpr long long kMaxEstimate = 1LL << 26;
 
-// A byte buffer on the stack that moves to the heap when it must grow; always zero-terminated.
-class TextBuf {
-public:
-    TextBuf() { local_[0] = 0; }
-    ~TextBuf() {
-        if (data_ != local_)
-            std::free(data_);
-    }
-    TextBuf(const TextBuf&) = delete;
-    TextBuf& operator=(const TextBuf&) = delete;
-
-    char* data() { return data_; }
-    std::size_t size() const { return size_; }
-    std::size_t capacity() const { return cap_; }
-
-    // Makes room for n bytes, keeping the contents; false when the heap cannot.
-    bool Reserve(std::size_t n) {
-        if (n <= cap_)
-            return true;
-        char* p = static_cast<char*>(std::malloc(n));
-        if (!p)
-            return false;
-        std::memcpy(p, data_, size_ + 1);
-        if (data_ != local_)
-            std::free(data_);
-        data_ = p;
-        cap_ = n;
-        return true;
-    }
-    void Push(char c) {
-        if (size_ + 2 > cap_ && !Reserve(cap_ * 2))
-            throw std::bad_alloc();
-        data_[size_++] = c;
-        data_[size_] = 0;
-    }
-    void SetSize(std::size_t n) {
-        size_ = n;
-        data_[n] = 0;
-    }
-
-private:
-    char local_[128];
-    char* data_ = local_;
-    std::size_t cap_ = sizeof(local_);
-    std::size_t size_ = 0;
-};
-
 // The one place that calls the C library's formatter.
 int STR_dosprintf_X(char* buf, std::size_t size, const char* fmt, va_list ap) {
     return std::vsnprintf(buf, size, fmt, ap);
@@ -111,9 +81,8 @@ int STR_dosprintf_X(char* buf, std::size_t size, const char* fmt, va_list ap) {
 int DoSprintf(char* buf, std::size_t size, const char* fmt, ...) {
     va_list ap;
     va_start(ap, fmt);
-    const int n = STR_dosprintf_X(buf, size, fmt, ap);
-    va_end(ap);
-    return n;
+    const VaListEnd end(ap);
+    return STR_dosprintf_X(buf, size, fmt, ap);
 }
 
 // Formats into out, growing it to the full result; returns the length, or -1 when the formatter
@@ -121,20 +90,16 @@ int DoSprintf(char* buf, std::size_t size, const char* fmt, ...) {
 int FormatInto(TextBuf& out, const char* fmt, ...) {
     va_list ap, again;
     va_start(ap, fmt);
+    const VaListEnd endAp(ap);
     va_copy(again, ap);
+    const VaListEnd endAgain(again);
     int n = STR_dosprintf_X(out.data(), out.capacity(), fmt, ap);
-    va_end(ap);
-    bool roomless = false;
     if (n >= 0 && static_cast<std::size_t>(n) >= out.capacity()) {
-        if (static_cast<std::size_t>(n) <= kMaxLength &&
-            out.Reserve(static_cast<std::size_t>(n) + 1))
-            n = STR_dosprintf_X(out.data(), out.capacity(), fmt, again);
-        else
-            roomless = true;
+        if (static_cast<std::size_t>(n) > kMaxLength ||
+            !out.Reserve(static_cast<std::size_t>(n) + 1))
+            throw std::bad_alloc();
+        n = STR_dosprintf_X(out.data(), out.capacity(), fmt, again);
     }
-    va_end(again);
-    if (roomless)
-        throw std::bad_alloc();
     out.SetSize(n < 0 ? 0 : static_cast<std::size_t>(n));
     return n;
 }
@@ -252,18 +217,18 @@ bool PrintfAccepts(const char* p, std::size_t len) {
     const char* end = p + len;
     while (p < end && (*p == '-' || *p == '+' || *p == ' ' || *p == '0' || *p == '#'))
         ++p;
-    if (p < end && *p == '*')
-        ++p;
-    else
-        while (p < end && IsDigit(*p))
-            ++p;
-    if (p < end && *p == '.') {
-        ++p;
+    // A width, then a precision after its '.': each one star or a run of digits.
+    const auto field = [&] {
         if (p < end && *p == '*')
             ++p;
         else
             while (p < end && IsDigit(*p))
                 ++p;
+    };
+    field();
+    if (p < end && *p == '.') {
+        ++p;
+        field();
     }
     if (p < end && (*p == 'h' || *p == 'l')) {
         const char m = *p++;
@@ -624,16 +589,6 @@ int OneValue(Sink& sink, const char*& fmt, StrArgList& ap, signed char wide) {
     return 1;
 }
 
-// True when p points into the text area of s's own block (the empty block is never written).
-bool PointsInto(const Str& s, const char* p) {
-    const char* text = s;
-    if (text == StrImplementation::oInitializer.text)
-        return false;
-    auto b = reinterpret_cast<std::uintptr_t>(text);
-    auto q = reinterpret_cast<std::uintptr_t>(p);
-    return q >= b && q <= b + static_cast<std::uintptr_t>(SBlock::of(text)->capacity);
-}
-
 } // namespace
 
 namespace StrImplementation {
@@ -722,18 +677,12 @@ Str Narrowed(const wchar_t* fmt) {
     return narrow;
 }
 
-// Formats from a copy of ap, so that the caller's list is left where it was; the copy is ended
-// here whatever happens.
+// Formats from a copy of ap, so that the caller's list is left where it was.
 Str& FormatCopy(Str& s, const char* fmt, va_list ap, signed char wide) {
     StrArgList args;
     va_copy(args.ap, ap);
-    try {
-        s.FormatVaArg(fmt, args, wide);
-    } catch (...) {
-        va_end(args.ap);
-        throw;
-    }
-    va_end(args.ap);
+    const VaListEnd end(args.ap);
+    s.FormatVaArg(fmt, args, wide);
     return s;
 }
 
@@ -742,28 +691,16 @@ Str& FormatCopy(Str& s, const char* fmt, va_list ap, signed char wide) {
 Str& Str::Format(const char* fmt, ...) {
     va_list ap;
     va_start(ap, fmt);
-    try {
-        FormatCopy(*this, fmt, ap, 0);
-    } catch (...) {
-        va_end(ap);
-        throw;
-    }
-    va_end(ap);
-    return *this;
+    const VaListEnd end(ap);
+    return FormatCopy(*this, fmt, ap, 0);
 }
 
 Str& Str::Format(const wchar_t* fmt, ...) {
     const Str narrow = Narrowed(fmt);
     va_list ap;
     va_start(ap, fmt);
-    try {
-        FormatCopy(*this, narrow, ap, 1);
-    } catch (...) {
-        va_end(ap);
-        throw;
-    }
-    va_end(ap);
-    return *this;
+    const VaListEnd end(ap);
+    return FormatCopy(*this, narrow, ap, 1);
 }
 
 Str& Str::FormatVA(const char* fmt, va_list ap) {
@@ -777,14 +714,9 @@ Str& Str::FormatVA(const wchar_t* fmt, va_list ap) {
 Str& Str::AppendFormat(const char* fmt, ...) {
     StrArgList args;
     va_start(args.ap, fmt);
+    const VaListEnd end(args.ap);
     verifymt vm{this};
-    try {
-        FormatCore(fmt, vm, args, 0);
-    } catch (...) {
-        va_end(args.ap);
-        throw;
-    }
-    va_end(args.ap);
+    FormatCore(fmt, vm, args, 0);
     return *this;
 }
 

@@ -1,19 +1,16 @@
-// StrSearch.cpp — the read-only side of Str: searching, spans and tokens, equality, the ordering
-// comparisons, case conversion, number parsing and the wide/narrow copies.
+// StrSearch.cpp — finding characters and texts in a string, with or without case, and replacing
+// every match.
 //
-// Character classification and case mapping follow the current locale and always receive the
-// byte as an unsigned char; ordering compares bytes as signed chars, so bytes 128-255 sort before
-// the ASCII range.
+// A text search ends at the first zero byte after its start. Case mapping follows the current
+// locale and always receives the byte as an unsigned char.
 #include "base/Str.h"
-#include "base/internal/SortOrder.h"
+#include "base/internal/Alias.h"
+#include "base/internal/CaseFold.h"
+#include "base/internal/TextBuf.h"
 
-#include <algorithm>
-#include <cctype>
 #include <climits>
-#include <clocale>
-#include <cstdlib>
+#include <cstdint>
 #include <cstring>
-#include <cwchar>
 #if defined(__x86_64__) && defined(__GNUC__)
 #include <immintrin.h>
 #endif
@@ -21,72 +18,13 @@
 #include <string>
 #include <vector>
 
-using StrImplementation::SBlock;
+using StrImplementation::AsByte;
+using StrImplementation::CaseMap;
+using StrImplementation::FoldCase;
+using StrImplementation::PointsInto;
+using StrImplementation::TextBuf;
 
 namespace {
-
-inline unsigned char U(char c) {
-    return static_cast<unsigned char>(c);
-}
-
-// One case mapping of the current locale (to upper case or to lower case), looked up once per
-// operation rather than once per character.
-class CaseMap {
-public:
-#ifdef __GLIBC__
-    explicit CaseMap(bool upper)
-        : table_(upper ? *__ctype_toupper_loc() : *__ctype_tolower_loc()) {}
-    int operator()(unsigned char c) const {
-        return table_[c];
-    }
-
-private:
-    const std::int32_t* table_;
-#else
-    explicit CaseMap(bool upper) : upper_(upper) {}
-    int operator()(unsigned char c) const {
-        return upper_ ? std::toupper(c) : std::tolower(c);
-    }
-
-private:
-    bool upper_;
-#endif
-};
-
-inline signed char UpperForOrdering(const CaseMap& map, char c) {
-    return static_cast<signed char>(map(U(c)));
-}
-
-// 1 when a orders after b as signed bytes, else -1.
-inline int SignedOrder(signed char a, signed char b) {
-    return a > b ? 1 : -1;
-}
-
-// Scratch text that lives on the stack for short texts and on the heap otherwise.
-class Scratch {
-public:
-    explicit Scratch(std::size_t bytes)
-        : heap_(bytes > sizeof(local_) ? static_cast<char*>(std::malloc(bytes)) : nullptr) {
-        if (bytes > sizeof(local_) && !heap_)
-            throw std::bad_alloc();
-    }
-    ~Scratch() { std::free(heap_); }
-    Scratch(const Scratch&) = delete;
-    Scratch& operator=(const Scratch&) = delete;
-    char* get() { return heap_ ? heap_ : local_; }
-
-private:
-    char local_[128];
-    char* heap_;
-};
-
-// True when p points into the text area of s's block (the argument aliases the string).
-bool PointsInto(const Str& s, const char* p) {
-    const char* text = s;
-    auto b = reinterpret_cast<std::uintptr_t>(text);
-    auto q = reinterpret_cast<std::uintptr_t>(p);
-    return q >= b && q <= b + static_cast<std::uintptr_t>(SBlock::of(text)->capacity);
-}
 
 // True when a zero byte lies in [from, to): a text search ends at the first zero byte after its
 // start, so a match beyond one does not count.
@@ -183,7 +121,7 @@ public:
     LoweredFinder(const char* text, long len, const char* needle, std::size_t m)
         : text_(text), len_(len), needle_(needle), m_(m), lower_(false) {
         for (int c = 1; c < 256 && nFirsts_ <= 2; ++c) {
-            if (lower_(static_cast<unsigned char>(c)) == U(needle[0])) {
+            if (lower_(static_cast<unsigned char>(c)) == AsByte(needle[0])) {
                 if (nFirsts_ < 2)
                     firsts_[nFirsts_] = static_cast<char>(c);
                 ++nFirsts_;
@@ -208,14 +146,14 @@ public:
                 }
             } else {
                 for (long j = i; j <= last && at == LONG_MAX; ++j)
-                    if (lower_(U(text_[j])) == U(needle_[0]))
+                    if (lower_(AsByte(text_[j])) == AsByte(needle_[0]))
                         at = j;
             }
             if (at == LONG_MAX)
                 return -1;
             const char* p = text_ + at;
             std::size_t j = 1;
-            while (j < m_ && lower_(U(p[j])) == U(needle_[j]))
+            while (j < m_ && lower_(AsByte(p[j])) == AsByte(needle_[j]))
                 ++j;
             if (j == m_)
                 return SearchedTextEnd(text_ + start, p) ? -1 : at;
@@ -237,210 +175,9 @@ private:
     long nextAt_[2] = {-1, -1};
 };
 
-// The 8 bytes at p as one number whose order is theirs as a byte string.
-std::uint64_t BigEndian8(const unsigned char* p) {
-    std::uint64_t v = 0;
-    for (int i = 0; i < 8; ++i)
-        v = v << 8 | p[i];
-    return v;
-}
-
-// Whole-text number check: the parse must have consumed every character of the text.
-template <typename T> T CheckNumber(const Str& s, const char* end, T value, signed char* failed) {
-    const char* text = s;
-    if (end == nullptr || end == text + s.GetLength()) {
-        if (failed)
-            *failed = 0;
-        return value;
-    }
-    if (!failed)
-        s.Error(Str::ecNotNumber);
-    *failed = 1;
-    return T(0);
-}
-
 } // namespace
 
-// --- Ordering comparisons ------------------------------------------------------------------
-
 namespace StrImplementation {
-
-int STR_strcmp_ex(const char* a, const char* b) {
-    if (!a)
-        a = "";
-    if (!b)
-        b = "";
-    // The exact ordering is the C library's: bytes compare as unsigned values, unlike the
-    // case-insensitive forms below, which order them as signed chars.
-    const int r = std::strcmp(a, b);
-    return (r > 0) - (r < 0);
-}
-
-int STR_stricmp(const char* a, const char* b) {
-    if (!a)
-        a = "";
-    if (!b)
-        b = "";
-    const CaseMap map(true);
-    for (;; ++a, ++b) {
-        const char ca = *a, cb = *b;
-        if (ca == 0)
-            return cb == 0 ? 0 : -1;
-        if (cb == 0)
-            return 1;
-        if (ca == cb)
-            continue;
-        const signed char ua = UpperForOrdering(map, ca), ub = UpperForOrdering(map, cb);
-        if (ua != ub)
-            return SignedOrder(ua, ub);
-    }
-}
-
-int STR_stricmp_ex(const char* a, const char* b) {
-    const int r = STR_stricmp(a, b);
-    return r < 0 ? -1 : (r > 0 ? 1 : 0);
-}
-
-int STR_strnicmp(const char* a, const char* b, int n) {
-    if (!a)
-        a = "";
-    if (!b)
-        b = "";
-    const CaseMap map(true);
-    for (int i = 0; i < n; ++i) {
-        const char ca = a[i], cb = b[i];
-        if (ca == cb) {
-            if (ca == 0)
-                return 0;
-            continue;
-        }
-        // A string that ends here takes part as the value 0.
-        const signed char ua = UpperForOrdering(map, ca), ub = UpperForOrdering(map, cb);
-        if (ua != ub)
-            return SignedOrder(ua, ub);
-    }
-    return 0;
-}
-
-// Keys whose folded tails are reserved up front, at most.
-constexpr std::size_t kReserveKeys = std::size_t{1} << 20;
-// Folded bytes an entry holds itself; only a longer key keeps the rest in folded_.
-constexpr std::size_t kInEntry = 16;
-
-// Folded bytes: the upper-case mapping as a signed char, moved to unsigned order. Folded keys
-// compare with memcmp, a shorter key first when one is a prefix of the other, exactly as
-// STR_stricmp compares the keys. An entry holds the first 16 folded bytes as two big-endian
-// numbers, which settle most comparisons; the tails of longer keys wait in folded_.
-CaseOrder::CaseOrder(std::size_t expected) {
-    entries_.reserve(expected);
-    offsets_.reserve(expected);
-    // Generous, so that the tails are rarely copied as they grow (pages never written are never
-    // touched), but bounded, since this is only a hint.
-    folded_.reserve(std::min<std::size_t>(expected, kReserveKeys) * 32);
-}
-
-void CaseOrder::Fold(const char* text, std::size_t n) {
-    const CaseMap map(true);
-    const std::size_t at = folded_.size();
-    folded_.resize(at + n);
-    unsigned char* out = folded_.data() + at;
-    for (std::size_t j = 0; j < n; ++j)
-        out[j] = static_cast<unsigned char>(UpperForOrdering(map, text[j])) ^ 0x80u;
-}
-
-void CaseOrder::Close(std::size_t offset) {
-    const std::size_t length = folded_.size() - offset;
-    // Keys are the texts of strings, whose lengths are ints; the element count is 32-bit too, and
-    // so are the offsets of the tails.
-    if (length > UINT32_MAX || entries_.size() >= UINT32_MAX || offset > UINT32_MAX)
-        throw std::bad_alloc();
-    unsigned char* key = folded_.data() + offset;
-    std::uint64_t head = 0, next = 0;
-    for (std::size_t j = 0; j < length && j < 8; ++j)
-        head |= static_cast<std::uint64_t>(key[j]) << (56 - 8 * j);
-    for (std::size_t j = 8; j < length && j < kInEntry; ++j)
-        next |= static_cast<std::uint64_t>(key[j]) << (56 - 8 * (j - 8));
-    entries_.push_back({head, next, static_cast<std::uint32_t>(entries_.size()),
-                        static_cast<std::uint32_t>(length)});
-    offsets_.push_back(static_cast<std::uint32_t>(offset));
-    // Only the tail stays.
-    const std::size_t tail = length > kInEntry ? length - kInEntry : 0;
-    if (tail != 0)
-        std::memmove(key, key + kInEntry, tail);
-    folded_.resize(offset + tail);
-}
-
-void CaseOrder::Add(const char* key) {
-    const std::size_t offset = folded_.size();
-    if (key)
-        Fold(key, std::strlen(key));
-    Close(offset);
-}
-
-void CaseOrder::AddJoined(const Str* const* parts, int count, char separator) {
-    const std::size_t offset = folded_.size();
-    for (int i = 0; i < count; ++i) {
-        if (i > 0) {
-            if (separator == 0)
-                break;
-            Fold(&separator, 1);
-        }
-        const std::size_t length = static_cast<std::size_t>(parts[i]->GetLength());
-        const std::size_t n = strnlen(*parts[i], length);
-        Fold(*parts[i], n);
-        if (n < length)
-            break;
-    }
-    Close(offset);
-}
-
-std::vector<std::uint32_t> CaseOrder::Order() {
-    const unsigned char* base = folded_.data();
-    const std::uint32_t* offsets = offsets_.data();
-    // Equal keys are ordered by their index, which makes the order total: an in-place sort then
-    // gives the stable order without a merge buffer.
-    std::sort(entries_.begin(), entries_.end(), [base, offsets](const Entry& a, const Entry& b) {
-        if (a.head != b.head)
-            return a.head < b.head;
-        if (a.next != b.next)
-            return a.next < b.next;
-        // Equal beginnings: the tails of keys that share a long one (a folder)
-        // are compared 8 bytes at a time.
-        if (a.length <= kInEntry || b.length <= kInEntry)
-            return a.length != b.length ? a.length < b.length : a.index < b.index;
-        const std::size_t common = (a.length < b.length ? a.length : b.length) - kInEntry;
-        const unsigned char* p = base + offsets[a.index];
-        const unsigned char* q = base + offsets[b.index];
-        std::size_t at = 0;
-        for (; at + 8 <= common; at += 8) {
-            const std::uint64_t x = BigEndian8(p + at), y = BigEndian8(q + at);
-            if (x != y)
-                return x < y;
-        }
-        for (; at < common; ++at)
-            if (p[at] != q[at])
-                return p[at] < q[at];
-        return a.length != b.length ? a.length < b.length : a.index < b.index;
-    });
-    std::vector<std::uint32_t> order(entries_.size());
-    for (std::size_t r = 0; r < order.size(); ++r)
-        order[r] = entries_[r].index;
-    return order;
-}
-
-// --- Case conversion -----------------------------------------------------------------------
-
-void STR_ToUpper(char* s, unsigned int n) {
-    const CaseMap map(true);
-    for (unsigned int i = 0; i < n && s[i] != 0; ++i)
-        s[i] = static_cast<char>(map(U(s[i])));
-}
-
-void STR_ToLower(char* s, unsigned int n) {
-    const CaseMap map(false);
-    for (unsigned int i = 0; i < n && s[i] != 0; ++i)
-        s[i] = static_cast<char>(map(U(s[i])));
-}
 
 // --- Replacing -----------------------------------------------------------------------------
 
@@ -521,63 +258,6 @@ int STR_ReplaceCore(Str& str, const char* find, const char* repl, signed char no
     return static_cast<int>(at.size());
 }
 
-// --- Numbers -------------------------------------------------------------------------------
-
-long STR_strtol(const char* s, char** end, int base) {
-    const char* p = s;
-    while (std::isspace(U(*p)))
-        ++p;
-    bool negative = false;
-    if (*p == '+') {
-        ++p;
-    } else if (*p == '-') {
-        negative = true;
-        ++p;
-    }
-    if (base < 0 || base == 1 || base > 36) {
-        if (end)
-            *end = const_cast<char*>(s);
-        return 0;
-    }
-    const bool hexPrefix = p[0] == '0' && (p[1] == 'x' || p[1] == 'X');
-    if (base == 0)
-        base = hexPrefix ? 16 : (p[0] == '0' ? 8 : 10);
-    if (base == 16 && hexPrefix)
-        p += 2;
-
-    std::uint32_t value = 0;
-    const char* digits = p;
-    for (;; ++p) {
-        const unsigned char c = U(*p);
-        unsigned int d;
-        if (c >= '0' && c <= '9')
-            d = c - '0';
-        else if (c >= 'a' && c <= 'z')
-            d = c - 'a' + 10;
-        else if (c >= 'A' && c <= 'Z')
-            d = c - 'A' + 10;
-        else
-            break;
-        if (d >= static_cast<unsigned int>(base))
-            break;
-        value = value * static_cast<std::uint32_t>(base) + d; // wraps modulo 2^32, never clamped
-    }
-    if (p == digits) {
-        if (end)
-            *end = const_cast<char*>(s);
-        return 0;
-    }
-    if (end)
-        *end = const_cast<char*>(p);
-    if (negative)
-        value = 0u - value;
-    return static_cast<long>(static_cast<std::int32_t>(value));
-}
-
-double STR_strtod(const char* s, char** end) {
-    return std::strtod(s, end);
-}
-
 } // namespace StrImplementation
 
 // --- Character searches ----------------------------------------------------------------------
@@ -609,13 +289,13 @@ int Str::ReverseFind(char ch, int start) const {
 int Str::FindNoCase(char ch, int start) const {
     Str lower(*this);
     lower.Str_MakeUL(0);
-    return lower.Find(static_cast<char>(std::tolower(U(ch))), start);
+    return lower.Find(static_cast<char>(FoldCase(AsByte(ch), false)), start);
 }
 
 int Str::ReverseFindNoCase(char ch, int start) const {
     Str lower(*this);
     lower.Str_MakeUL(0);
-    return lower.ReverseFind(static_cast<char>(std::tolower(U(ch))), start);
+    return lower.ReverseFind(static_cast<char>(FoldCase(AsByte(ch), false)), start);
 }
 
 // --- Text searches -----------------------------------------------------------------------------
@@ -636,17 +316,17 @@ int Str::FindNoCase(const char* s, int start) const {
     if (!s)
         s = "";
     const std::size_t m = std::strlen(s);
-    Scratch needle(m + 1);
-    std::memcpy(needle.get(), s, m + 1);
-    StrImplementation::STR_ToLower(needle.get(), static_cast<unsigned int>(m));
+    TextBuf needle(m + 1);
+    std::memcpy(needle.data(), s, m + 1);
+    StrImplementation::STR_ToLower(needle.data(), static_cast<unsigned int>(m));
     const long len = GetLength();
     if (start >= 0 && m > 0 && !SearchedTextEnd(dptr, dptr + (start < len ? start : len)))
-        return static_cast<int>(LoweredFinder(dptr, len, needle.get(), m).Next(start));
+        return static_cast<int>(LoweredFinder(dptr, len, needle.data(), m).Next(start));
     // Outside the text's first zero-free run the lower-case copy may differ from the text beyond
     // it; the range error names that copy too. Search the copy itself.
     Str lower(*this);
     lower.Str_MakeUL(0);
-    return lower.Find(needle.get(), start);
+    return lower.Find(needle.data(), start);
 }
 
 int Str::FindOneOf(const char* set, int start) const {
@@ -657,171 +337,3 @@ int Str::FindOneOf(const char* set, int start) const {
     const int r = StringSpanExcluding(dptr + start, set);
     return r < 0 ? -1 : start + r;
 }
-
-// --- Spans and tokens --------------------------------------------------------------------------
-
-int Str::StringSpanIncluding(const char* str, const char* set) {
-    if (!str || !set || *set == 0)
-        return 0;
-    if (set[1] == 0) {
-        const char c = set[0];
-        int n = 0;
-        while (str[n] == c)
-            ++n;
-        return n;
-    }
-    return static_cast<int>(std::strspn(str, set));
-}
-
-int Str::StringSpanExcluding(const char* str, const char* set) {
-    if (!str || !set || *set == 0)
-        return -1;
-    const std::size_t n = std::strcspn(str, set);
-    return str[n] == 0 ? -1 : static_cast<int>(n);
-}
-
-Str Str::SpanIncluding(const char* set) const {
-    const int n = StringSpanIncluding(dptr, set);
-    return n < 1 ? Str() : Mid(0, n);
-}
-
-Str Str::SpanExcluding(const char* set) const {
-    const int n = StringSpanExcluding(dptr, set);
-    return n < 1 ? Str() : Mid(0, n);
-}
-
-Str Str::Tokenize(const char* set, int& pos) const {
-    if (pos < 0)
-        return Str();
-    const int len = GetLength();
-    if (pos < len) {
-        const int start = pos + StringSpanIncluding(dptr + pos, set);
-        if (dptr[start] != 0) {
-            int n = StringSpanExcluding(dptr + start, set);
-            if (n < 0)
-                n = len - start;
-            pos = start + n < len ? start + n : -1;
-            return Mid(start, n);
-        }
-    }
-    pos = -1;
-    return Str();
-}
-
-// --- Equality ----------------------------------------------------------------------------------
-
-bool operator==(Str const& a, Str const& b) {
-    const int n = a.GetLength();
-    return n == b.GetLength() &&
-           std::memcmp(static_cast<const char*>(a), static_cast<const char*>(b), n) == 0;
-}
-
-bool operator==(Str const& a, char const* s) {
-    if (!s)
-        s = "";
-    const std::size_t n = std::strlen(s);
-    return n == static_cast<std::size_t>(a.GetLength()) &&
-           std::memcmp(static_cast<const char*>(a), s, n) == 0;
-}
-
-// --- Case and numbers --------------------------------------------------------------------------
-
-void Str::Str_MakeUL(signed char upper) {
-    const int len = GetLength();
-    // Find the first character the conversion changes; text already in the wanted case is left
-    // alone, so a shared block stays shared and nothing is allocated.
-    const CaseMap map(upper != 0);
-    int first = 0;
-    for (; first < len && dptr[first] != 0; ++first) {
-        const unsigned char c = U(dptr[first]);
-        if (map(c) != c)
-            break;
-    }
-    if (first >= len || dptr[first] == 0)
-        return;
-    Scratch scratch(static_cast<std::size_t>(len) + 1);
-    char* s = scratch.get();
-    std::memcpy(s, dptr, static_cast<std::size_t>(len) + 1);
-    const unsigned int rest = static_cast<unsigned int>(len - first);
-    if (upper)
-        StrImplementation::STR_ToUpper(s + first, rest);
-    else
-        StrImplementation::STR_ToLower(s + first, rest);
-    Copy_Native(s);
-}
-
-int Str::ToInt(signed char* failed) const {
-    char* end = nullptr;
-    const long v = StrImplementation::STR_strtol(dptr, &end, 10);
-    return CheckNumber(*this, end, static_cast<int>(v), failed);
-}
-
-float Str::ToFloat(signed char* failed) const {
-    char* end = nullptr;
-    const double v = StrImplementation::STR_strtod(dptr, &end);
-    return CheckNumber(*this, end, static_cast<float>(v), failed);
-}
-
-double Str::ToDouble(signed char* failed) const {
-    char* end = nullptr;
-    const double v = StrImplementation::STR_strtod(dptr, &end);
-    return CheckNumber(*this, end, v, failed);
-}
-
-// --- Heap copies and single characters ---------------------------------------------------------
-
-char* Str::GetStringA() const {
-    const std::size_t n = static_cast<std::size_t>(GetLength()) + 1;
-    char* p = static_cast<char*>(std::malloc(n));
-    if (!p)
-        throw std::bad_alloc();
-    std::memcpy(p, dptr, n);
-    return p;
-}
-
-wchar_t* Str::GetStringW() const {
-    const std::size_t len = std::strlen(dptr);
-    if (len > 4294967294u)
-        Error(ecTooLong);
-    wchar_t* w = static_cast<wchar_t*>(std::malloc((len + 1) * sizeof(wchar_t)));
-    if (!w)
-        throw std::bad_alloc();
-    // Character by character so that a byte sequence the locale rejects becomes one '?' and the
-    // rest still converts.
-    std::mbstate_t state{};
-    std::size_t in = 0, out = 0;
-    while (in < len) {
-        wchar_t wc;
-        const std::size_t r = std::mbrtowc(&wc, dptr + in, len - in, &state);
-        if (r == static_cast<std::size_t>(-1) || r == static_cast<std::size_t>(-2) || r == 0) {
-            wc = L'?';
-            state = std::mbstate_t{};
-            ++in;
-        } else {
-            in += r;
-        }
-        w[out++] = wc;
-    }
-    w[out] = 0;
-    return w;
-}
-
-namespace Char {
-
-char ToANSI(wchar_t ch) {
-    if (ch == 0)
-        return 0;
-    char buf[MB_LEN_MAX];
-    std::mbstate_t state{};
-    return std::wcrtomb(buf, ch, &state) == 1 ? buf[0] : '?';
-}
-
-wchar_t ToUnicode(char ch) {
-    if (ch == 0)
-        return 0;
-    wchar_t wc;
-    std::mbstate_t state{};
-    return std::mbrtowc(&wc, &ch, 1, &state) == 1 ? wc : L'?';
-}
-
-} // namespace Char

@@ -1,6 +1,7 @@
 // StrSoundex.cpp — the phonetic key of a word and percent-encoding for URLs and form data. Both
 // treat only the ASCII letters as letters, whatever the locale.
 #include "base/Str.h"
+#include "base/internal/CaseFold.h"
 
 #include <cstring>
 #include <utility>
@@ -27,9 +28,8 @@ constexpr std::uint32_t kCodedLetters = CodedMask();
 
 // The letter's upper-case form, or 0 for anything that is not an ASCII letter.
 char UpperLetter(char c) {
-    if (c >= 'a' && c <= 'z')
-        return static_cast<char>(c - 'a' + 'A');
-    return c >= 'A' && c <= 'Z' ? c : 0;
+    const unsigned char u = StrImplementation::UpperAscii(static_cast<unsigned char>(c));
+    return u >= 'A' && u <= 'Z' ? static_cast<char>(u) : 0;
 }
 
 bool Unreserved(unsigned char c) {
