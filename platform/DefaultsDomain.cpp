@@ -50,6 +50,32 @@ bool XmlCarriesAll(const PropertyValue& value) {
            std::all_of(value.items.begin(), value.items.end(), XmlCarriesAll);
 }
 
+// The file a change starts from: its tree, or an empty dictionary when it is absent or cannot be
+// parsed. False, with a reason, when it cannot be read or is too large to change.
+bool LoadForChange(const std::string& target, PropertyValue& root, bool& exists, bool& unparsable,
+                   std::string& error) {
+    std::string bytes;
+    struct stat info;
+    const internal::FileRead state = internal::ReadRegularFile(target, bytes, info, error);
+    if (state == internal::FileRead::Failed)
+        return false;
+    root = PropertyValue::Dictionary();
+    exists = state == internal::FileRead::Read;
+    unparsable = false;
+    if (!exists)
+        return true;
+    internal::ReadError why = internal::ReadError::None;
+    auto parsed = internal::ReadPropertyList(bytes, why);
+    if (why == internal::ReadError::TooLarge) {
+        error = "it holds more than the limit of " + LimitText();
+        return false;
+    }
+    unparsable = !parsed;
+    if (parsed)
+        root = std::move(*parsed);
+    return true;
+}
+
 } // namespace
 
 std::string DefaultsFolder() {
@@ -138,32 +164,28 @@ DefaultsDomain::Status DefaultsDomain::read(PropertyValue& root, std::string& er
 DefaultsDomain::Outcome DefaultsDomain::update(const Change& change, std::string& error,
                                                std::string& notice) {
     auto target = internal::ResolveStorePath(path_, error);
-    if (!target || !internal::MakeFolders(*target, error))
+    if (!target)
+        return Outcome::Failed;
+    // A change refused on the file as it stands takes no lock and makes no folder, so that a
+    // refused command leaves the disk exactly as it was.
+    PropertyValue root;
+    bool exists = false, unparsable = false;
+    if (!LoadForChange(*target, root, exists, unparsable, error))
+        return Outcome::Failed;
+    if (!change(root, exists))
+        return Outcome::Declined;
+
+    if (!internal::MakeFolders(*target, error))
         return Outcome::Failed;
     internal::FileLock lock(*target + ".lock");
     if (!lock.held()) {
         error = lock.error();
         return Outcome::Failed;
     }
-    std::string bytes;
-    struct stat info;
-    const internal::FileRead state = internal::ReadRegularFile(*target, bytes, info, error);
-    if (state == internal::FileRead::Failed)
+    // Under the lock the file may have changed since it was first read: decide again on it.
+    if (!LoadForChange(*target, root, exists, unparsable, error))
         return Outcome::Failed;
-    PropertyValue root = PropertyValue::Dictionary();
-    bool unparsable = false;
-    if (state == internal::FileRead::Read) {
-        internal::ReadError why = internal::ReadError::None;
-        auto parsed = internal::ReadPropertyList(bytes, why);
-        if (why == internal::ReadError::TooLarge) {
-            error = "it holds more than the limit of " + LimitText();
-            return Outcome::Failed;
-        }
-        unparsable = !parsed;
-        if (parsed)
-            root = std::move(*parsed);
-    }
-    if (!change(root, state == internal::FileRead::Read))
+    if (!change(root, exists))
         return Outcome::Declined;
     auto written = internal::WriteBinary(root);
     if (!written) {

@@ -40,13 +40,15 @@ public:
     Status read(PropertyValue& root, std::string& error) const;
 
     // Decides a change: gets the file's tree (an empty dictionary when the file is absent or cannot
-    // be parsed) and whether the file exists; returns true to have the changed tree written.
+    // be parsed) and whether the file exists; returns true to have the changed tree written. It
+    // may be called twice (before the lock and under it), each time on a fresh tree.
     using Change = std::function<bool(PropertyValue& root, bool exists)>;
     enum class Outcome { Written, Declined, Failed };
     // Under the file's lock: reads the file, hands it to `change` and, when that accepts, writes
-    // the result. A file that could not be parsed is first moved aside (reported in `notice`).
-    // Failed, with a reason and the file untouched, when it cannot be read, locked or written, or
-    // the result would pass the size limit.
+    // the result. A change declined on the file as it stands takes no lock and makes nothing. A
+    // file that could not be parsed is first moved aside (reported in `notice`). Failed, with a
+    // reason and the file untouched, when it cannot be read, locked or written, or the result would
+    // pass the size limit.
     Outcome update(const Change& change, std::string& error, std::string& notice);
 
     // Under the file's lock: removes the file. Missing when there was none.

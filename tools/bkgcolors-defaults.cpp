@@ -258,7 +258,7 @@ private:
             const auto want = request->mode == Mode::AddToArray ? PropertyValue::Kind::Array
                                                                 : PropertyValue::Kind::Dictionary;
             if (request->mode == Mode::Replace || !old) {
-                root.set(key, std::move(request->value));
+                root.set(key, request->value);
                 return 0;
             }
             if (old->kind != want) {
@@ -269,9 +269,9 @@ private:
             }
             for (std::size_t i = 0; i < request->value.items.size(); ++i) {
                 if (want == PropertyValue::Kind::Array)
-                    old->items.push_back(std::move(request->value.items[i]));
+                    old->items.push_back(request->value.items[i]);
                 else
-                    old->set(request->value.keys[i], std::move(request->value.items[i]));
+                    old->set(request->value.keys[i], request->value.items[i]);
             }
             return 0;
         });
@@ -361,7 +361,7 @@ private:
         if (!imported)
             line_.fail("cannot import " + source + ": " + error);
         return Update(domain, [&](PropertyValue& root, bool) {
-            root = std::move(*imported);
+            root = *imported;
             return 0;
         });
     }

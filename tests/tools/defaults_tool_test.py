@@ -1,0 +1,320 @@
+#!/usr/bin/env python3
+"""bkgcolors-defaults driven as a user drives it, against files written and read by plistlib.
+
+Every test runs the installed-style program in a fresh defaults folder. Run one family with
+`defaults_tool_test.py WriteTest`; BKGCOLORS_BIN names the folder of the built programs.
+"""
+import datetime
+import os
+import plistlib
+import subprocess
+import tempfile
+import unittest
+
+TOOL = os.path.join(os.environ.get("BKGCOLORS_BIN", ""), "bkgcolors-defaults")
+D = "org.example.app"
+
+
+class ToolCase(unittest.TestCase):
+    def setUp(self):
+        self.folder = tempfile.TemporaryDirectory(prefix="bkgcolors-tool-")
+        self.config = os.path.join(self.folder.name, "config")
+        self.env = {k: v for k, v in os.environ.items() if k != "BKGCOLORS_DEFAULTS"}
+        self.env["XDG_CONFIG_HOME"] = self.config
+
+    def tearDown(self):
+        self.folder.cleanup()
+
+    def path(self, domain=D):
+        return os.path.join(self.config, domain + ".plist")
+
+    def run_tool(self, *args, stdin=b"", stdout=subprocess.PIPE):
+        run = subprocess.run([TOOL, *args], input=stdin, stdout=stdout, stderr=subprocess.PIPE,
+                             env=self.env, timeout=60, check=False)
+        return run.returncode, (run.stdout or b"").decode(), run.stderr.decode()
+
+    def ok(self, *args, stdin=b""):
+        status, out, err = self.run_tool(*args, stdin=stdin)
+        self.assertEqual((status, err), (0, ""), args)
+        return out
+
+    def make(self, value, domain=D, fmt=plistlib.FMT_BINARY):
+        os.makedirs(self.config, exist_ok=True)
+        with open(self.path(domain), "wb") as out:
+            plistlib.dump(value, out, fmt=fmt, sort_keys=False)
+
+    def load(self, domain=D):
+        with open(self.path(domain), "rb") as f:
+            return plistlib.load(f)
+
+    def refused(self, args, status=2, stdin=b""):
+        """The run ends with `status` and one line on stderr, and changes no file."""
+        before = self.snapshot()
+        code, _, err = self.run_tool(*args, stdin=stdin)
+        self.assertEqual(code, status, err)
+        self.assertEqual(err.count("\n"), 1, err)
+        self.assertEqual(self.snapshot(), before)
+
+    def snapshot(self):
+        files = {}
+        for root, _, names in os.walk(self.folder.name):
+            for name in names:
+                with open(os.path.join(root, name), "rb") as f:
+                    files[os.path.join(root, name)] = f.read()
+        return files
+
+
+EXISTING = {"keep": {"nested": [1, 2.5, b"\x00"]}, "when": datetime.datetime(1999, 12, 31, 23, 59),
+            "big": 2**64 - 1}
+
+
+class WriteTest(ToolCase):
+    def test_every_type_reads_back_in_another_reader(self):
+        rows = [
+            ("bare text", ["hello world"], "hello world"),
+            ("bare negative number is text", ["-5"], "-5"),
+            ("string flag keeps a dash", ["-string", "-int"], "-int"),
+            ("unicode text", ["-string", "é😀"], "é😀"),
+            ("int", ["-int", "-12"], -12),
+            ("integer at the 64-bit top", ["-integer", "9223372036854775807"], 2**63 - 1),
+            ("integer at the 64-bit bottom", ["-int", "-9223372036854775808"], -2**63),
+            ("float", ["-float", "0.1"], 0.1),
+            ("float with exponent", ["-float", "-2.5e-3"], -0.0025),
+            ("bool yes", ["-bool", "YES"], True),
+            ("boolean false", ["-boolean", "False"], False),
+            ("bool 1", ["-bool", "1"], True),
+            ("data", ["-data", "0aFF00"], b"\x0a\xff\x00"),
+            ("empty data", ["-data", ""], b""),
+            ("date with zone", ["-date", "2020-01-02 03:04:05 +0130"],
+             datetime.datetime(2020, 1, 2, 1, 34, 5)),
+            ("iso date", ["-date", "2024-02-29T23:59:59Z"], datetime.datetime(2024, 2, 29, 23, 59, 59)),
+            ("array of typed items", ["-array", "a", "-int", "3", "-bool", "no", "-date",
+                                      "2001-01-01T00:00:00Z"],
+             ["a", 3, False, datetime.datetime(2001, 1, 1)]),
+            ("empty array", ["-array"], []),
+            ("dict", ["-dict", "k", "v", "-n", "-float", "1.5"], {"k": "v", "-n": 1.5}),
+        ]
+        for name, words, expected in rows:
+            with self.subTest(name):
+                self.make(EXISTING)
+                self.ok("write", D, "key", *words)
+                self.assertEqual(self.load(), {**EXISTING, "key": expected})
+
+    def test_add_extends_what_is_there(self):
+        self.make({"list": [1], "map": {"a": 1, "b": 2}})
+        self.ok("write", D, "list", "-array-add", "x", "-int", "2")
+        self.ok("write", D, "map", "-dict-add", "b", "-int", "3", "c", "z")
+        self.ok("write", D, "fresh", "-array-add", "y")
+        self.assertEqual(self.load(), {"list": [1, "x", 2], "map": {"a": 1, "b": 3, "c": "z"},
+                                       "fresh": ["y"]})
+
+    def test_a_key_may_start_with_a_dash_after_the_end_of_options(self):
+        self.ok("write", D, "--", "-h", "-int", "1")
+        self.assertEqual(self.load(), {"-h": 1})
+        self.assertEqual(self.ok("read", D, "--", "-h"), "1\n")
+
+    def test_the_file_named_by_option_or_environment_is_the_domain(self):
+        file = os.path.join(self.folder.name, "own.plist")
+        self.ok("--defaults", file, "write", "k", "-int", "7")
+        self.env["BKGCOLORS_DEFAULTS"] = file
+        self.ok("write", "j", "v")
+        self.ok("write", "k", "-int", "8")
+        with open(file, "rb") as f:
+            self.assertEqual(plistlib.load(f), {"k": 8, "j": "v"})
+        self.assertFalse(os.path.exists(self.config))
+
+
+class BadInputTest(ToolCase):
+    def test_bad_input_is_one_line_exit_two_and_changes_nothing(self):
+        self.make({"list": [1], "text": "ctl\x01"})
+        rows = [
+            ("no verb", []),
+            ("unknown verb", ["frobnicate", D]),
+            ("unknown option", ["--bogus", "read"]),
+            ("integer past 64 bits", ["write", D, "k", "-int", "9223372036854775808"]),
+            ("integer with junk", ["write", D, "k", "-int", "12abc"]),
+            ("empty integer", ["write", D, "k", "-int", ""]),
+            ("float nan", ["write", D, "k", "-float", "nan"]),
+            ("float overflow", ["write", D, "k", "-float", "1e999"]),
+            ("bool maybe", ["write", D, "k", "-bool", "maybe"]),
+            ("odd hex", ["write", D, "k", "-data", "abc"]),
+            ("not hex", ["write", D, "k", "-data", "zz"]),
+            ("february 30", ["write", D, "k", "-date", "2021-02-30 00:00:00 +0000"]),
+            ("hour 24", ["write", D, "k", "-date", "2021-01-01T24:00:00Z"]),
+            ("iso without Z", ["write", D, "k", "-date", "2021-01-01T00:00:00"]),
+            ("unknown type", ["write", D, "k", "-bogus", "1"]),
+            ("nested array", ["write", D, "k", "-array", "-array"]),
+            ("type without value", ["write", D, "k", "-array", "-int"]),
+            ("dict key without value", ["write", D, "k", "-dict", "a"]),
+            ("two values", ["write", D, "k", "a", "b"]),
+            ("array-add on a text", ["write", D, "text", "-array-add", "x"]),
+            ("dict-add on an array", ["write", D, "list", "-dict-add", "a", "b"]),
+            ("domain with ..", ["write", "a..b", "k", "v"]),
+            ("empty domain", ["write", "", "k", "v"]),
+            ("hidden domain", ["write", ".x", "k", "v"]),
+            ("key not UTF-8", ["write", D, b"\xc3".decode("utf-8", "surrogateescape"), "v"]),
+            ("read with too much", ["read", D, "k", "extra"]),
+            ("read-type without key", ["read-type", D]),
+            ("export without file", ["export", D]),
+            ("export of a control character", ["export", D, "-"]),
+            ("import of junk", ["import", D, "-"]),
+            ("missing --defaults value", ["--defaults"]),
+        ]
+        for name, args in rows:
+            with self.subTest(name):
+                self.refused(args, stdin=b"not a property list")
+
+    def test_import_refuses_a_root_that_is_not_a_dictionary(self):
+        self.make({"k": 1})
+        for name, value, fmt in [("array", [1], plistlib.FMT_XML), ("text", "x", plistlib.FMT_BINARY)]:
+            with self.subTest(name):
+                self.refused(["import", D, "-"], stdin=plistlib.dumps(value, fmt=fmt))
+
+    def test_output_that_cannot_be_written_is_exit_two(self):
+        self.make({"k": 1})
+        for args in (["read", D], ["export", D, "-"], ["domains"], ["help"]):
+            with self.subTest(" ".join(args)), open("/dev/full", "wb") as full:
+                code, _, err = self.run_tool(*args, stdout=full)
+                self.assertEqual((code, err.count("\n")), (2, 1), err)
+
+
+ALL_KINDS = {"text": "hello", "spaced": "a b", "quote": 'say "hi"', "path": "/usr/lib:x.y$_",
+             "empty": "", "int": -3, "real": 2.5, "yes": True, "no": False, "data": b"\x0a\x0b\x0c",
+             "date": datetime.datetime(2020, 1, 2, 3, 4, 5), "list": [1, "two", []],
+             "dict": {"inner": {"deep": "x"}, "e": {}}}
+ALL_KINDS_TEXT = """{
+    text = hello;
+    spaced = "a b";
+    quote = "say \\"hi\\"";
+    path = /usr/lib:x.y$_;
+    empty = "";
+    int = -3;
+    real = 2.5;
+    yes = 1;
+    no = 0;
+    data = <0a0b0c>;
+    date = "2020-01-02 03:04:05 +0000";
+    list = (
+        1,
+        two,
+        (
+        )
+    );
+    dict = {
+        inner = {
+            deep = x;
+        };
+        e = {
+        };
+    };
+}
+"""
+
+
+class ReadTest(ToolCase):
+    def test_a_domain_prints_as_old_style_text(self):
+        for fmt in (plistlib.FMT_BINARY, plistlib.FMT_XML):
+            with self.subTest(fmt):
+                self.make(ALL_KINDS, fmt=fmt)
+                self.assertEqual(self.ok("read", D), ALL_KINDS_TEXT)
+
+    def test_one_value_prints_bare_and_names_its_type(self):
+        self.make(ALL_KINDS)
+        rows = [("text", "hello", "string"), ("spaced", "a b", "string"), ("int", "-3", "integer"),
+                ("real", "2.5", "float"), ("yes", "1", "boolean"), ("data", "<0a0b0c>", "data"),
+                ("date", "2020-01-02 03:04:05 +0000", "date"),
+                ("list", "(\n    1,\n    two,\n    (\n    )\n)", "array"),
+                ("dict", None, "dictionary")]
+        for key, shown, kind in rows:
+            with self.subTest(key):
+                if shown is not None:
+                    self.assertEqual(self.ok("read", D, key), shown + "\n")
+                self.assertEqual(self.ok("read-type", D, key), f"Type is {kind}\n")
+
+    def test_absent_keys_and_domains_are_exit_one_and_create_nothing(self):
+        self.make({"k": 1})
+        for name, args in [("read key", ["read", D, "nope"]), ("read-type", ["read-type", D, "no"]),
+                           ("read domain", ["read", "org.absent"]),
+                           ("read-type domain", ["read-type", "org.absent", "k"]),
+                           ("export", ["export", "org.absent", "-"])]:
+            with self.subTest(name):
+                self.refused(args, status=1)
+
+    def test_read_without_a_domain_lists_every_domain(self):
+        self.make({"k": 1}, "b.one")
+        self.make({"t": "x"}, "a.two")
+        self.assertEqual(self.ok("read"), "{\n    a.two = {\n        t = x;\n    };\n"
+                                          "    b.one = {\n        k = 1;\n    };\n}\n")
+        self.assertEqual(self.ok("domains"), "a.two, b.one\n")
+
+
+class DeleteRenameTest(ToolCase):
+    def test_delete_and_rename(self):
+        rows = [
+            ("delete key", ["delete", D, "a"], {"b": [2]}),
+            ("rename", ["rename", D, "a", "z"], {"b": [2], "z": 1}),
+            ("rename over another key", ["rename", D, "a", "b"], {"b": 1}),
+        ]
+        for name, args, expected in rows:
+            with self.subTest(name):
+                self.make({"a": 1, "b": [2]})
+                self.ok(*args)
+                self.assertEqual(self.load(), expected)
+
+    def test_absent_things_are_exit_one(self):
+        self.make({"a": 1})
+        for name, args in [("key", ["delete", D, "nope"]), ("domain key", ["delete", "org.no", "a"]),
+                           ("domain", ["delete", "org.no"]), ("rename", ["rename", D, "x", "y"])]:
+            with self.subTest(name):
+                self.refused(args, status=1)
+
+    def test_delete_without_key_removes_the_domain(self):
+        self.make({"a": 1})
+        self.ok("delete", D)
+        self.assertFalse(os.path.exists(self.path()))
+        self.assertEqual(self.ok("domains"), "\n")
+
+
+class ExportImportTest(ToolCase):
+    def test_export_and_import_round_trip_through_another_reader(self):
+        self.make(ALL_KINDS)
+        out_file = os.path.join(self.folder.name, "out.plist")
+        self.ok("export", D, out_file)
+        with open(out_file, "rb") as f:
+            self.assertTrue(f.read().startswith(b"<?xml"))
+        with open(out_file, "rb") as f:
+            self.assertEqual(plistlib.load(f), ALL_KINDS)
+        self.assertEqual(plistlib.loads(self.ok("export", D, "-").encode()), ALL_KINDS)
+        self.ok("import", "org.copy", out_file)
+        self.assertEqual(self.load("org.copy"), ALL_KINDS)
+
+    def test_import_replaces_the_domain(self):
+        for fmt in (plistlib.FMT_BINARY, plistlib.FMT_XML):
+            with self.subTest(fmt):
+                self.make({"old": 1})
+                self.ok("import", D, "-", stdin=plistlib.dumps({"new": [1.5]}, fmt=fmt))
+                self.assertEqual(self.load(), {"new": [1.5]})
+
+
+class FindTest(ToolCase):
+    def test_find_matches_keys_and_nested_values_in_any_case(self):
+        self.make({"Colour": 1, "other": {"deep": ["RedBox"]}, "plain": 2}, "org.one")
+        self.make({"red": "x"}, "org.two")
+        self.assertEqual(self.ok("find", "rEd"),
+                         "Found 1 keys in domain 'org.one': {\n    other = {\n        deep = (\n"
+                         "            RedBox\n        );\n    };\n}\n"
+                         "Found 1 keys in domain 'org.two': {\n    red = x;\n}\n")
+        self.refused(["find", "absent-word"], status=1)
+
+
+class OptionsTest(ToolCase):
+    def test_help_anywhere_and_version(self):
+        for args in (["--help"], ["read", "-h"], ["write", D, "k", "--help"], ["help"]):
+            with self.subTest(" ".join(args)):
+                self.assertIn("usage: bkgcolors-defaults", self.ok(*args))
+        self.assertRegex(self.ok("--version"), r"^bkgcolors-defaults \d+\.\d+\.\d+\n$")
+        self.assertFalse(os.path.exists(self.config))
+
+
+if __name__ == "__main__":
+    unittest.main()
