@@ -219,10 +219,13 @@ class ReadTest(ToolCase):
                 self.assertEqual(self.ok("read", D), ALL_KINDS_TEXT)
 
     def test_one_value_prints_bare_and_names_its_type(self):
-        self.make(ALL_KINDS)
+        self.make({**ALL_KINDS, "before 1970": datetime.datetime(1969, 12, 31, 23, 59, 59),
+                   "leap day, half second": datetime.datetime(2000, 2, 29, 12, 0, 0, 500000)})
         rows = [("text", "hello", "string"), ("spaced", "a b", "string"), ("int", "-3", "integer"),
                 ("real", "2.5", "float"), ("yes", "1", "boolean"), ("data", "<0a0b0c>", "data"),
                 ("date", "2020-01-02 03:04:05 +0000", "date"),
+                ("before 1970", "1969-12-31 23:59:59 +0000", "date"),
+                ("leap day, half second", "2000-02-29 12:00:00 +0000", "date"),
                 ("list", "(\n    1,\n    two,\n    (\n    )\n)", "array"),
                 ("dict", None, "dictionary")]
         for key, shown, kind in rows:
