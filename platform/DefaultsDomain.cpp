@@ -101,12 +101,18 @@ std::optional<std::vector<std::string>> DomainNames(std::string& error) {
         return std::nullopt;
     }
     const std::size_t suffix = sizeof kSuffix - 1;
+    errno = 0;
     while (const dirent* entry = readdir(listing)) {
         const std::string name = entry->d_name;
         if (name.size() > suffix && name.compare(name.size() - suffix, suffix, kSuffix) == 0)
             names.push_back(name.substr(0, name.size() - suffix));
     }
+    const int why = errno;
     closedir(listing);
+    if (why != 0) {
+        error = "cannot list " + folder + ": " + std::strerror(why);
+        return std::nullopt;
+    }
     std::sort(names.begin(), names.end());
     return names;
 }
