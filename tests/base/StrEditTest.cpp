@@ -143,22 +143,30 @@ TEST(StrEdit, EditsMayReadTheStringsOwnText) {
 }
 
 TEST(StrEdit, BadArgumentsThrowTheirCodeAndChangeNothing) {
-    const std::tuple<const char*, Op, Str::StrEC> rows[] = {
-        {"abc", [](Str& s) { s.Insert("x", 4); }, Str::ecIndexRange},
-        {"abc", [](Str& s) { s.ReplaceAt(0, 0, "x"); }, Str::ecIndexRange},
-        {"abc", [](Str& s) { s.ReplaceAt(2, 2, "x"); }, Str::ecIndexRange},
-        {"abc", [](Str& s) { s.SetAt(3, 'x'); }, Str::ecIndexRange},
-        {"abc", [](Str& s) { s.Delete(-1, 1); }, Str::ecIndexRange},
-        {"abc", [](Str& s) { s = s.Mid(-1, 2); }, Str::ecIndexRange},
-        {"abc", [](Str& s) { s.Find('c', 4); }, Str::ecIndexRange},
-        {"abc", [](Str& s) { s.Find("a", -1); }, Str::ecIndexRange},
-        {"abc", [](Str& s) { s.FindOneOf("", 0); }, Str::ecEmptyArg},
-        {"abc", [](Str& s) { StrImplementation::STR_ReplaceCore(s, "", "x", 0); }, Str::ecEmptyArg},
-        {"abc", [](Str& s) { s.Remove(0); }, Str::ecZeroChar},
-        {"7 dwarfs", [](Str& s) { s.ToDouble(); }, Str::ecNotNumber},
+    const struct {
+        const char* name;
+        const char* initial;
+        Op op;
+        Str::StrEC code;
+    } rows[] = {
+        {"Insert past the end", "abc", [](Str& s) { s.Insert("x", 4); }, Str::ecIndexRange},
+        {"ReplaceAt of nothing", "abc", [](Str& s) { s.ReplaceAt(0, 0, "x"); }, Str::ecIndexRange},
+        {"ReplaceAt past the end", "abc", [](Str& s) { s.ReplaceAt(2, 2, "x"); },
+         Str::ecIndexRange},
+        {"SetAt on the terminator", "abc", [](Str& s) { s.SetAt(3, 'x'); }, Str::ecIndexRange},
+        {"Delete from a negative index", "abc", [](Str& s) { s.Delete(-1, 1); }, Str::ecIndexRange},
+        {"Mid from a negative index", "abc", [](Str& s) { s = s.Mid(-1, 2); }, Str::ecIndexRange},
+        {"Find a char past the end", "abc", [](Str& s) { s.Find('c', 4); }, Str::ecIndexRange},
+        {"Find a text from a negative index", "abc", [](Str& s) { s.Find("a", -1); },
+         Str::ecIndexRange},
+        {"FindOneOf an empty set", "abc", [](Str& s) { s.FindOneOf("", 0); }, Str::ecEmptyArg},
+        {"Replace an empty text", "abc",
+         [](Str& s) { StrImplementation::STR_ReplaceCore(s, "", "x", 0); }, Str::ecEmptyArg},
+        {"Remove the zero char", "abc", [](Str& s) { s.Remove(0); }, Str::ecZeroChar},
+        {"ToDouble of words", "7 dwarfs", [](Str& s) { s.ToDouble(); }, Str::ecNotNumber},
     };
-    for (const auto& [initial, op, code] : rows) {
-        SCOPED_TRACE(std::string(initial) + " code " + std::to_string(code));
+    for (const auto& [name, initial, op, code] : rows) {
+        SCOPED_TRACE(name);
         Str s(initial);
         const char* before = s;
         try {
