@@ -388,7 +388,8 @@ private:
                 }
                 continue;
             }
-            const bool wholeDomain = Lower(name).find(word) != std::string::npos;
+            // A domain whose name holds the word matches whole; a file named by path does not.
+            const bool wholeDomain = !fixed_ && Lower(name).find(word) != std::string::npos;
             for (std::size_t i = 0; i < root.keys.size(); ++i)
                 if (wholeDomain || Contains(root.keys[i], word) || Contains(root.items[i], word))
                     matches.set(root.keys[i], root.items[i]);

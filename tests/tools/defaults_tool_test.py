@@ -308,6 +308,8 @@ class FindTest(ToolCase):
                          "            RedBox\n        );\n    };\n}\n"
                          "Found 1 keys in domain 'org.two': {\n    red = x;\n}\n")
         self.refused(["find", "absent-word"], status=1)
+        self.assertIn("RedBox", self.ok("--defaults", self.path("org.one"), "find", "redbox"))
+        self.refused(["--defaults", self.path("org.one"), "find", "org.one"], status=1)
 
 
 class OptionsTest(ToolCase):
