@@ -49,7 +49,12 @@ TEST(BFilename, StorageStringIsStrictlyPositional) {
 
 TEST(BFilename, CatalogStringReadsAndWritesPlainAndArchiveForms) {
     // The flag: the parsed filename writes exactly the same text back.
-    const std::tuple<const char*, FilenameParts, bool> rows[] = {
+    struct Row {
+        const char* text;
+        FilenameParts want;
+        bool writtenBack;
+    };
+    const Row rows[] = {
         {"", {}, true},
         {"/a/b.txt\tDisk\tx", {"/a/", "", "", "b.txt", "Disk\tx"}, true},
         // A delimiter in the final position is never a split point.
@@ -157,7 +162,13 @@ TEST(BFilename, SetWritesTheRecordAndGetRestoresWhatARecordHolds) {
     EXPECT_EQ(DataOf(written), Record(7, "a/\t\t\tb\t", kListW5));
     const Bytes badMarker = {'I', 'D', 'M', 'D', 'T', 'X', 0, 0, 0, 0};
     // Reason, record, storage string and property count restored from it.
-    const std::tuple<const char*, Bytes, const char*, unsigned int> rows[] = {
+    struct Row {
+        const char* reason;
+        Bytes data;
+        const char* storage;
+        unsigned int items;
+    };
+    const Row rows[] = {
         {"ok: one property", Record(7, "a/\t\t\tb\t", kListW5), "a/\t\t\tb\t", 1},
         {"ok: no tab, a path", Record(8, "/p/q.txt", kEmptyList), "/p/\t\t\tq.txt\t", 0},
         {"ok: zero length", Record(0, "", kListW5), "\t\t\t\t", 1},

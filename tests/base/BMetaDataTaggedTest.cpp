@@ -19,7 +19,14 @@ TEST(BMetaDataTagged, ReadThenWriteGivesTheSameRecord) {
 
 TEST(BMetaDataTagged, ReadsTaggedItemRecords) {
     // Reason, stream, mode, then the tag and data read.
-    const std::tuple<const char*, Bytes, short, Bytes, Bytes> rows[] = {
+    struct Row {
+        const char* reason;
+        Bytes stream;
+        short mode;
+        Bytes tag;
+        Bytes data;
+    };
+    const Row rows[] = {
         {"ok: tag ab, data 7", kAbSeven, 1, {'a', 'b', 0}, {7, 0, 0, 0}},
         {"ok: empty tag and data", {0, 0, 0, 0, 0, 0, 0, 0}, 1, {}, {}},
         {"truncated: exhausted stream", {}, 1, {}, {}},

@@ -14,7 +14,13 @@ TEST(BMetaData, ReadsItemRecords) {
     const Bytes eight = {1, 2, 3, 4, 5, 6, 7, 8}, nine = {1, 2, 3, 4, 5, 6, 7, 8, 9};
     const Bytes big = Concat({{0xAA}, Bytes(4096, 0)});
     // Reason, stream, the item's data after, and the bytes consumed.
-    const std::tuple<const char*, Bytes, Bytes, unsigned int> rows[] = {
+    struct Row {
+        const char* reason;
+        Bytes stream;
+        Bytes data;
+        unsigned int consumed;
+    };
+    const Row rows[] = {
         {"ok: empty item", {0, 0, 0, 0, 0xEE}, {}, 4},
         {"ok: eight bytes", Concat({{8, 0, 0, 0}, eight, {0xEE}}), eight, 12},
         {"ok: nine bytes", Concat({{9, 0, 0, 0}, nine}), nine, 13},
@@ -53,7 +59,12 @@ TEST(BMetaData, WritesItemRecordsAndReadsThemBack) {
 
 // Compares over the common length only; an empty run or a null argument never compares equal.
 TEST(BMetaData, CompareDataOverTheCommonLength) {
-    const std::tuple<const char*, const char*, int> rows[] = {
+    struct Row {
+        const char* text;
+        const char* other;
+        int sign;
+    };
+    const Row rows[] = {
         {"abc", "abc", 0},   {"abc", "abcd", 0}, {"abcd", "ab", 0}, {"abz", "abc", -1},
         {"abc", "a\x80", 1}, {"", "a", 1},       {"a", "", 1},      {"ab", nullptr, 1},
     };
@@ -87,7 +98,12 @@ TEST(TagTableDeathTest, TagsGetIndicesInFirstWrittenOrderIgnoringCase) {
 // Reading copies up to the record's size of the text at the index, never past its zero byte.
 TEST(TagTable, ReadCopiesTheTextAtTheIndex) {
     const char* texts[] = {"x", "yy", nullptr};
-    const std::tuple<const char*, Bytes, Bytes> rows[] = {
+    struct Row {
+        const char* what;
+        Bytes record;
+        Bytes tag;
+    };
+    const Row rows[] = {
         {"ok: a size past the text stops at its zero", {5, 0, 0, 0, 0, 0}, {'x', 0, 0, 0, 0}},
         {"corrupt: negative index keeps zero bytes", {3, 0, 0, 0, 0xFF, 0xFF}, {0, 0, 0}},
         {"corrupt: null entry keeps zero bytes", {3, 0, 0, 0, 2, 0}, {0, 0, 0}},

@@ -122,18 +122,29 @@ TEST(StrEdit, RandomEditsMatchAStdStringModel) {
 
 TEST(StrEdit, EditsMayReadTheStringsOwnText) {
     const std::string k40(40, 'k'), big(1000, 'g');
-    const std::tuple<std::string, Op, std::string> rows[] = {
-        {k40, [](Str& s) { s += s; }, k40 + k40},
-        {big, [](Str& s) { s += s; }, big + big}, // resized where it lies when unshared
-        {"abcd", [](Str& s) { s.AppendChars(At(s, 1), 2); }, "abcdbc"},
-        {k40 + "mm", [](Str& s) { s.Insert(s, 40, 41); }, k40 + k40 + "m" + "mm"},
-        {"abcd", [](Str& s) { s.ReplaceAt(0, 1, At(s, 1)); }, "bcdbcd"},
-        {"abcd", [](Str& s) { s.ReplaceAt(1, 2, At(s, 2)); }, "acdd"},
-        {"abcdef", [](Str& s) { s.Copy_Native(At(s, 4)); }, "ef"},
+    struct Row {
+        const char* name;
+        std::string initial;
+        Op op;
+        std::string expected;
     };
-    for (const auto& [initial, op, expected] : rows)
+    const Row rows[] = {
+        {"+= of itself, short", k40, [](Str& s) { s += s; }, k40 + k40},
+        {"+= of itself, resized where it lies when unshared", big, [](Str& s) { s += s; },
+         big + big},
+        {"AppendChars from its own text", "abcd", [](Str& s) { s.AppendChars(At(s, 1), 2); },
+         "abcdbc"},
+        {"Insert of its own text", k40 + "mm", [](Str& s) { s.Insert(s, 40, 41); },
+         k40 + k40 + "m" + "mm"},
+        {"ReplaceAt from after the range", "abcd", [](Str& s) { s.ReplaceAt(0, 1, At(s, 1)); },
+         "bcdbcd"},
+        {"ReplaceAt from inside the range", "abcd", [](Str& s) { s.ReplaceAt(1, 2, At(s, 2)); },
+         "acdd"},
+        {"Copy_Native of its own tail", "abcdef", [](Str& s) { s.Copy_Native(At(s, 4)); }, "ef"},
+    };
+    for (const auto& [name, initial, op, expected] : rows)
         for (int shared = 0; shared < 2; ++shared) {
-            SCOPED_TRACE(expected.substr(0, 50) + (shared ? " shared" : " unshared"));
+            SCOPED_TRACE(std::string(name) + (shared ? ", shared" : ", unshared"));
             Str s(initial.c_str());
             const Str other = shared ? s : Str();
             op(s);
@@ -186,7 +197,13 @@ TEST(StrEdit, CapacitiesFollowTheSizingRules) {
     const Op keep = [](Str&) {}, compact = [](Str&s) { s.Compact(0); },
              copy = [](Str&s) { s.Copy_Native("abc"); },
              replace = [&](Str&s) { s.ReplaceAt(0, 1, &s200[0]); };
-    const std::tuple<const char*, Str, int, int> rows[] = {
+    struct Row {
+        const char* why;
+        Str s;
+        int capacity;
+        int length;
+    };
+    const Row rows[] = {
         {"prealloc counts", Edited("abc", 200, false, keep), 255, 3},
         {"length 64", Edited(s63 + "b", 0, false, keep), 127, 64},
         {"Preallocate", Edited("", 0, false, [](Str& s) { s.Preallocate(64); }), 127, 0},

@@ -135,7 +135,12 @@ TEST(StrFormat, EngineConversionsAndAppendersTable) {
     char buf[8];
     Str zero("a");
     zero.AppendChars("\0b", 2);
-    const std::tuple<std::string, std::string, const char*> rows[] = {
+    struct Row {
+        std::string got;
+        std::string expected;
+        const char* why;
+    };
+    const Row rows[] = {
         {Fmt("a%5%b"), "a%b", "percent with a prefix: the prefix is dropped"},
         {Fmt("%.s|%.0s|", "abc", "abc"), "abc||", "a '.' alone is no precision"},
         {Fmt("%.2S", L"\x263Aide"), "?i", "wide string, unconvertible character"},
@@ -161,10 +166,14 @@ TEST(StrFormat, EngineConversionsAndAppendersTable) {
 }
 
 TEST(StrFormat, ErrorsKeepTextFormattedBefore) {
-    const std::tuple<const char*, Str::StrEC, const char*> rows[] = {
-        {"ab%***f", Str::ecFormatStars, "ab"},
-        {"%d-%***d", Str::ecFormatStars, "1-"},
-        {"%d%5n", Str::ecFormatN, "1"}};
+    struct Row {
+        const char* fmt;
+        Str::StrEC code;
+        const char* left;
+    };
+    const Row rows[] = {{"ab%***f", Str::ecFormatStars, "ab"},
+                        {"%d-%***d", Str::ecFormatStars, "1-"},
+                        {"%d%5n", Str::ecFormatN, "1"}};
     for (const auto& [fmt, code, left] : rows) {
         SCOPED_TRACE(fmt);
         Str s("old");
@@ -179,7 +188,12 @@ TEST(StrFormat, ErrorsKeepTextFormattedBefore) {
 }
 
 TEST(StrFormat, EstimateSizesTheFirstBlock) {
-    const std::tuple<int, Str, const char*> rows[] = {
+    struct Row {
+        int capacity;
+        Str s;
+        const char* why;
+    };
+    const Row rows[] = {
         {191, Str().Format("%s", "x"), "128 for the string, 1 for the letter"},
         {63, Str().Format("abc"), "three ordinary characters"},
         {127, Str().Format("%d%d%d", 1, 2, 3), "3 * 33"},

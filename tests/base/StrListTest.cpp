@@ -34,22 +34,40 @@ void Fill(StrList& list, const Texts& texts) {
 
 TEST(StrListTest, FindAddUniqueAndCombine) {
     enum Op { Find, AddUnique, Combine, CombineUnique, CombineSelf, CombineSelfUnique };
-    // The list, the other list (or the text looked for), the list after, and the id of the node
-    // returned (0 for null).
-    const std::tuple<Op, Texts, Texts, Texts, std::uint32_t> rows[] = {
-        {Find, {}, {"abc"}, {}, 0},
-        {Find, {"ABC", "abcd", "ab"}, {"abc"}, {"ABC", "abcd", "ab"}, 0},
-        {Find, {"x", "abc", "abc"}, {"abc"}, {"x", "abc", "abc"}, 2},
-        {AddUnique, {"a", "b", "a"}, {"a"}, {"a", "b", "a"}, 1},
-        {AddUnique, {"a", "b", "a"}, {"A"}, {"a", "b", "a", "A"}, 4},
-        {CombineUnique, {}, {"x", "y", "x"}, {"x", "y"}, 0},
-        {CombineUnique, {"y"}, {"x", "y", "z"}, {"y", "x", "z"}, 0},
-        {CombineSelf, {"a", "b", "a"}, {}, {"a", "b", "a", "a", "b", "a"}, 0},
-        {Combine, {"y"}, {"x", "y", "x"}, {"y", "x", "y", "x"}, 0},
-        {CombineSelfUnique, {"a", "b", "a"}, {}, {"a", "b", "a"}, 0},
+    // The other list holds the text looked for or the list combined; id is the returned node's
+    // (0 for null).
+    struct Row {
+        const char* name;
+        Op op;
+        Texts start;
+        Texts others;
+        Texts after;
+        std::uint32_t id;
     };
-    for (const auto& [op, start, others, after, id] : rows) {
-        SCOPED_TRACE("op " + std::to_string(op) + ", row of " + std::to_string(after.size()));
+    const Row rows[] = {
+        {"Find: empty", Find, {}, {"abc"}, {}, 0},
+        {"Find: exact", Find, {"ABC", "abcd", "ab"}, {"abc"}, {"ABC", "abcd", "ab"}, 0},
+        {"Find: first match", Find, {"x", "abc", "abc"}, {"abc"}, {"x", "abc", "abc"}, 2},
+        {"AddUnique: present", AddUnique, {"a", "b", "a"}, {"a"}, {"a", "b", "a"}, 1},
+        {"AddUnique: new", AddUnique, {"a", "b", "a"}, {"A"}, {"a", "b", "a", "A"}, 4},
+        {"CombineUnique: into empty", CombineUnique, {}, {"x", "y", "x"}, {"x", "y"}, 0},
+        {"CombineUnique: first kept", CombineUnique, {"y"}, {"x", "y", "z"}, {"y", "x", "z"}, 0},
+        {"CombineSelf: doubles",
+         CombineSelf,
+         {"a", "b", "a"},
+         {},
+         {"a", "b", "a", "a", "b", "a"},
+         0},
+        {"Combine: appends all", Combine, {"y"}, {"x", "y", "x"}, {"y", "x", "y", "x"}, 0},
+        {"CombineSelfUnique: unchanged",
+         CombineSelfUnique,
+         {"a", "b", "a"},
+         {},
+         {"a", "b", "a"},
+         0},
+    };
+    for (const auto& [name, op, start, others, after, id] : rows) {
+        SCOPED_TRACE(name);
         StrList list, other;
         Fill(list, start);
         Fill(other, others);

@@ -140,11 +140,16 @@ TEST(StrSearch, SharpEdges) {
 
 TEST(StrSearch, TokenizeSetsThePositionToTheDelimiterThenMinusOne) {
     // Text, set, start, then each token returned with the position after the call.
-    const std::tuple<const char*, const char*, int, std::vector<std::pair<std::string, int>>>
-        cases[] = {{"a,,b,", ",", 0, {{"a", 1}, {"b", 4}, {"", -1}}},
-                   {",,,", ",", 0, {{"", -1}}},
-                   {"x,y", ",", 3, {{"", -1}}},
-                   {"x,y", "", 0, {{"x,y", -1}}}};
+    struct Case {
+        const char* text;
+        const char* set;
+        int pos;
+        std::vector<std::pair<std::string, int>> steps;
+    };
+    const Case cases[] = {{"a,,b,", ",", 0, {{"a", 1}, {"b", 4}, {"", -1}}},
+                          {",,,", ",", 0, {{"", -1}}},
+                          {"x,y", ",", 3, {{"", -1}}},
+                          {"x,y", "", 0, {{"x,y", -1}}}};
     for (auto [text, set, pos, steps] : cases) {
         SCOPED_TRACE(std::string(text) + " with '" + set + "'");
         for (const auto& [token, after] : steps) {
@@ -155,11 +160,18 @@ TEST(StrSearch, TokenizeSetsThePositionToTheDelimiterThenMinusOne) {
 }
 
 TEST(StrSearch, ReplaceAndCaseConversionWriteOnlyWhenTheTextChanges) {
-    const std::tuple<const char*, const char*, const char*, signed char, const char*, int> rows[] =
-        {{"aaa", "a", "aa", 0, "aaaaaa", 3},
-         {"aXbxc", "x", "-", 1, "a-b-c", 2},
-         {"abab", "ABA", "-", 1, "-b", 1},
-         {"abc", "zz", "y", 0, "abc", 0}};
+    struct Row {
+        const char* text;
+        const char* find;
+        const char* repl;
+        signed char noCase;
+        const char* expected;
+        int count;
+    };
+    const Row rows[] = {{"aaa", "a", "aa", 0, "aaaaaa", 3},
+                        {"aXbxc", "x", "-", 1, "a-b-c", 2},
+                        {"abab", "ABA", "-", 1, "-b", 1},
+                        {"abc", "zz", "y", 0, "abc", 0}};
     for (const auto& [text, find, repl, noCase, expected, count] : rows) {
         SCOPED_TRACE(std::string(text) + ": " + find + " -> " + repl);
         const Str original(text);
@@ -206,10 +218,15 @@ TEST(StrSearch, NoCaseSearchOnLowerCaseTextAllocatesNothing) {
 // Exact ordering compares bytes unsigned; the no-case forms fold to upper case and compare
 // signed chars.
 TEST(StrCompare, OrderingTable) {
-    const std::tuple<const char*, const char*, int, int> rows[] = {
-        {"abc", "abc", 0, 0}, {"abc", "ABD", 1, -1}, {"ab", "abc", -1, -1},
-        {"\xC8", "A", 1, -1}, {"A", "\xFF", -1, 1},  {"\x80", "\xFF", -1, -1},
-        {"_", "a", -1, 1},    {"zzzz", "zzzZ", 1, 0}};
+    struct Row {
+        const char* a;
+        const char* b;
+        int exact;
+        int noCase;
+    };
+    const Row rows[] = {{"abc", "abc", 0, 0}, {"abc", "ABD", 1, -1}, {"ab", "abc", -1, -1},
+                        {"\xC8", "A", 1, -1}, {"A", "\xFF", -1, 1},  {"\x80", "\xFF", -1, -1},
+                        {"_", "a", -1, 1},    {"zzzz", "zzzZ", 1, 0}};
     for (const auto& [a, b, exact, noCase] : rows) {
         SCOPED_TRACE(std::string(a) + " vs " + b);
         EXPECT_EQ(STR_strcmp_ex(a, b), exact);
@@ -250,7 +267,13 @@ TEST(StrCompare, CaseOrderIsTheStableOrderOfStricmp) {
 
 TEST(StrNumber, StrtolBasesAndWrapping) {
     // Text, base, value and the offset of *end.
-    const std::tuple<const char*, int, long, int> rows[] = {
+    struct Row {
+        const char* text;
+        int base;
+        long value;
+        int offset;
+    };
+    const Row rows[] = {
         {"0x1A", 0, 26, 4},        {"0X1f", 16, 31, 4},       {"017", 0, 15, 3},
         {"08", 0, 0, 1},           {"zZ", 36, 1295, 2},       {"12", 1, 0, 0},
         {"12", 37, 0, 0},          {"  -42abc", 10, -42, 5},  {"-", 10, 0, 0},
@@ -265,11 +288,17 @@ TEST(StrNumber, StrtolBasesAndWrapping) {
 }
 
 TEST(StrNumber, WholeTextConversionsCheckForANumber) {
-    const std::tuple<const char*, int, bool, double, bool> rows[] = {
-        {" 42", 42, true, 42, true},  {"42 ", 0, false, 0, false},
-        {"", 0, true, 0, true},       {"4294967297", 1, true, 4294967297.0, true},
-        {"0x10", 0, false, 16, true}, {" 2e3", 0, false, 2000, true},
-        {".", 0, false, 0, false},    {"1e400", 0, false, HUGE_VAL, true}};
+    struct Row {
+        const char* text;
+        int i;
+        bool intOk;
+        double d;
+        bool doubleOk;
+    };
+    const Row rows[] = {{" 42", 42, true, 42, true},  {"42 ", 0, false, 0, false},
+                        {"", 0, true, 0, true},       {"4294967297", 1, true, 4294967297.0, true},
+                        {"0x10", 0, false, 16, true}, {" 2e3", 0, false, 2000, true},
+                        {".", 0, false, 0, false},    {"1e400", 0, false, HUGE_VAL, true}};
     for (const auto& [text, i, intOk, d, doubleOk] : rows) {
         SCOPED_TRACE(std::string("'") + text + "'");
         signed char failed = 7;

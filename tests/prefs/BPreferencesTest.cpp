@@ -32,7 +32,12 @@ TEST_F(BPreferencesTest, EachSetterStoresItsKindUnderSectionFollowedByName) {
     static const unsigned char three[] = {0, 1, 0xFF};
     using Set = void (*)(BPreferences&);
     using S = Str;
-    const std::tuple<Set, std::string, std::optional<UserDefaults::Object>> rows[] = {
+    struct Row {
+        Set set;
+        std::string key;
+        std::optional<UserDefaults::Object> stored;
+    };
+    const Row rows[] = {
         // Str text as UTF-8, Str-keyed int, char* as bytes without the NUL, a byte run.
         {[](auto& p) { p.Set(S("Bkg"), S("Text"), S("h\xC3\xA9")); }, "BkgText",
          std::string("h\xC3\xA9")},
@@ -71,7 +76,14 @@ TEST_F(BPreferencesTest, GettersGiveTheDefaultOnlyWhereTheKindDoesNotFit) {
     prefs.Set("G", "five", five, 5u);
     prefs.Set("G\xC3\xA9", "x", 1);
     // Section, name, then the readings as text, integer and float.
-    const std::tuple<const char*, const char*, const char*, int, float> rows[] = {
+    struct Row {
+        const char* section;
+        const char* name;
+        const char* text;
+        int integer;
+        float real;
+    };
+    const Row rows[] = {
         {"G", "text", "12abc", 12, 9.0f},    // the integer reading parses the text
         {"G", "int", "-1", -1, 9.0f},        // a number reads as its decimal text
         {"G", "bytes", "fallback", 0, 9.0f}, // present, so no default for int; 3 bytes: no float

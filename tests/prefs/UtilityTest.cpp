@@ -6,11 +6,15 @@
 TEST(Utility, BridgesOnlyAsciiText) {
     const Utility bridge;
     // Platform text, the Str made from it, and the platform text made back from that Str.
-    const std::tuple<std::string, const char*, std::optional<std::string>> rows[] = {
-        {"BkgColors", "BkgColors", "BkgColors"},
-        {"", "", ""},
-        {"caf\xC3\xA9", "", std::nullopt},
-        {"tab\there", "tab\there", "tab\there"}};
+    struct Row {
+        std::string platform;
+        const char* str;
+        std::optional<std::string> back;
+    };
+    const Row rows[] = {{"BkgColors", "BkgColors", "BkgColors"},
+                        {"", "", ""},
+                        {"caf\xC3\xA9", "", std::nullopt},
+                        {"tab\there", "tab\there", "tab\there"}};
     for (const auto& [platform, str, back] : rows) {
         SCOPED_TRACE(platform);
         EXPECT_STREQ(bridge.strFromNSString(platform), str);
