@@ -45,9 +45,12 @@ std::string Apply(const std::string& op, const char* in, const char* arg) {
         {"GetNextUniqueName", [&] { return Text(file.GetNextUniqueName()); }},
         {"SetZipPath", [&] { return full.SetZipPath(arg), Text(full.GetStorageString()); }},
         {"GetZipPath", [&] { return Text(full.GetZipPath()); }},
-        // The returned text comes first: a call's object is evaluated before its argument.
+        // The returned text, then the storage string after the call.
         {"UnZipFilename",
-         [&] { return Text(full.UnZipFilename()).append(Text(full.GetStorageString())); }},
+         [&] {
+             const std::string returned = Text(full.UnZipFilename());
+             return returned + Text(full.GetStorageString());
+         }},
         {"GetDisplayName", [&] { return Text(full.GetDisplayName()); }},
         {"Compare", [&] { return std::to_string(full.Compare(BFilename(Str(arg)))); }},
     };

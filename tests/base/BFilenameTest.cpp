@@ -135,6 +135,70 @@ TEST(BFilename, SetPathNormalisesAppliesZipRuleAndLimitsLength) {
     }
 }
 
+// The storage reader keeps its fields as they are; the catalog reader splits at '/' and '\' only;
+// the path reader turns the Mac and Windows delimiters into the system one, then ends the
+// directory with a delimiter unless it already ends with a Mac or Windows one. No writer adds a
+// delimiter. Each row starts from kFull.
+TEST(BFilename, EachTextFormUsesTheDelimitersItsRulesName) {
+    using Reader = void (BFilename::*)(char const*);
+    const Reader storage = &BFilename::SetStorageString, catalog = &BFilename::SetCatalogString,
+                 path = &BFilename::SetPath;
+    struct Row {
+        const char* name;
+        const char* delimiters; // system, Mac, Windows
+        Reader read;
+        const char* text;
+        FilenameParts want;
+    };
+    const Row rows[] = {
+        {"storage: fields as read",
+         ":/\\",
+         storage,
+         "a\\b/\t\t\tc:d\t",
+         {"a\\b/", "", "", "c:d", ""}},
+        {"storage without a tab: the path rules",
+         ":/\\",
+         storage,
+         "x/y\\z",
+         {"x:y::", "", "", "z", ""}},
+        {"catalog: the system delimiter does not split",
+         ":/\\",
+         catalog,
+         "/a\\b:c",
+         {"/a\\", "", "", "b:c", ""}},
+        {"catalog: nor does a custom one", "#/\\", catalog, "a#b", {"", "", "", "a#b", ""}},
+        {"path: Mac and Windows become the system one",
+         "#/\\",
+         path,
+         "a/b\\c",
+         {"a#b##", "z.zip", "zp/", "c", "Disk"}},
+        {"path: a custom Mac delimiter; '/' is appended again",
+         "/:\\",
+         path,
+         "v:d/f",
+         {"v/d//", "z.zip", "zp/", "f", "Disk"}},
+        {"path: system and Windows alike",
+         "\\/\\",
+         path,
+         "a/b",
+         {"a\\", "z.zip", "zp/", "b", "Disk"}},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        BFilename f = Make(kFull);
+        f.OSDelimiter(row.delimiters[0]);
+        f.MACDelimiter(row.delimiters[1]);
+        f.WINDelimiter(row.delimiters[2]);
+        (f.*row.read)(row.text);
+        EXPECT_EQ(PartsOf(f), row.want);
+    }
+    BFilename f = Make({"x", "z", "p", "f", ""});
+    f.OSDelimiter(':');
+    EXPECT_EQ(Text(f.GetStorageString()), "x\tz\tp\tf\t");
+    EXPECT_EQ(Text(f.GetCatalogString()), "Zip:xz:pf");
+    EXPECT_EQ(Text(f.GetPath()), "xf");
+}
+
 TEST(BFilename, AssignmentCopiesContentResetsDelimitersKeepsTagAndIgnoresItself) {
     BFilename source = Make(kFull), target, &alias = source;
     source.OSDelimiter(':');

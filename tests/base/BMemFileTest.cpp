@@ -180,6 +180,41 @@ TEST(BMemFileRecord, RecordByteTable) {
     }
 }
 
+// The target takes the source's bytes and position, with a capacity of exactly their length, and
+// keeps its own grow-by; assigning a file to itself changes nothing.
+TEST(BMemFile, AssignmentCopiesContentAndPositionAndIgnoresItself) {
+    BMemFile empty, shortFile, longFile(Bytes(10000, 7).data(), 10000);
+    shortFile.Write("abcdef", 6);
+    shortFile.Seek(2, 0);
+    longFile.Seek(-1, 2);
+    const struct {
+        const char* name;
+        const BMemFile& source;
+    } rows[] = {{"empty", empty}, {"short", shortFile}, {"long", longFile}};
+    for (const auto& [name, source] : rows) {
+        SCOPED_TRACE(name);
+        BMemFile target;
+        target.SetGrowBy(16);
+        target.Write(Bytes(300, 1).data(), 300);
+        target = source;
+        EXPECT_EQ(Written(target), Written(source));
+        EXPECT_EQ(target.m_position, source.m_position);
+        EXPECT_EQ(target.m_capacity, source.m_length);
+        EXPECT_EQ(target.m_growBy, 16u);
+        if (source.m_length != 0) {
+            EXPECT_NE(target.m_buffer, source.m_buffer) << "a copy, not a share";
+        }
+    }
+    BMemFile& same = shortFile;
+    const unsigned char* const buffer = shortFile.m_buffer;
+    const unsigned int capacity = shortFile.m_capacity;
+    shortFile = same;
+    EXPECT_EQ(Written(shortFile), (Bytes{'a', 'b', 'c', 'd', 'e', 'f'}));
+    EXPECT_EQ(shortFile.m_position, 2u);
+    EXPECT_EQ(shortFile.m_buffer, buffer);
+    EXPECT_EQ(shortFile.m_capacity, capacity);
+}
+
 // Assignment copies the content and the file name but nothing of the tagged base.
 TEST(BMemFileRecord, SetThenGetRoundTripsAndAssignmentCopiesTheName) {
     BMemFile f, target;

@@ -16,6 +16,16 @@ void Append(BMetaDataTaggedList& list, const char* tag, const Bytes& data) {
     SetDataBytes(item, data);
 }
 
+// Tag and data of each item, head to tail.
+std::vector<std::pair<std::string, Bytes>> Items(const BMetaDataTaggedList& list) {
+    std::vector<std::pair<std::string, Bytes>> items;
+    for (__POSITION* pos = list.GetHeadPosition(); pos != nullptr;) {
+        const BMetaDataTagged& item = list.GetNext(pos);
+        items.emplace_back(reinterpret_cast<const char*>(item.m_tag.GetDataPtr()), DataOf(item));
+    }
+    return items;
+}
+
 // What a getter must give for data: numbers read little-endian from the first bytes on every host;
 // pointers and positions are kept as the host's own image of the address.
 template <class T> T Expected(const Bytes& data) {
@@ -204,6 +214,79 @@ TEST(BMetaDataTaggedList, WritesListRecordsAndReadsThemBack) {
     EXPECT_TRUE(back == list);
     EXPECT_EQ(Tags(back), Tags(list));
     EXPECT_EQ(f.m_position, f.m_length);
+}
+
+TEST(BMetaDataTaggedList, AddAndOverwriteUpdatesInPlaceAndAppendsNewTagsInOrder) {
+    BMetaDataTaggedList list, other;
+    Append(list, "A", {1});
+    Append(list, "x", {2});
+    Append(list, "X", {3});
+    Append(other, "x", {7});
+    Append(other, "c", {8});
+    Append(other, "a", {9});
+    __POSITION* const x = list.FindData("x");
+    list.AddAndOverwrite(other);
+    using Items_ = decltype(Items(list));
+    EXPECT_EQ(Items(list), (Items_{{"A", {9}}, {"x", {7}}, {"c", {8}}}))
+        << "the first of a doubled tag is kept, spelling and place included";
+    EXPECT_EQ(list.FindData("X"), x) << "the very node";
+    EXPECT_EQ(Items(other), (Items_{{"x", {7}}, {"c", {8}}, {"a", {9}}}));
+}
+
+TEST(BMetaDataTaggedList, PlusEqualsAppendsCopiesEvenOfItself) {
+    BMetaDataTaggedList list, other;
+    Append(list, "a", {1, 0, 0, 0});
+    Append(other, "A", {2, 0, 0, 0});
+    Append(other, "b", {3});
+    EXPECT_EQ(&(list += other), &list);
+    using Items_ = decltype(Items(list));
+    EXPECT_EQ(Items(list), (Items_{{"a", {1, 0, 0, 0}}, {"A", {2, 0, 0, 0}}, {"b", {3}}}))
+        << "tags unchecked";
+    int first = 0;
+    EXPECT_EQ(list.GetData("a", first), &list.GetAt(list.GetHeadPosition()));
+    EXPECT_EQ(first, 1) << "lookups find the first";
+    list += list;
+    ASSERT_EQ(list.GetCount(), 6u) << "the list as it was when the call began";
+    EXPECT_EQ(Items(list)[3], Items(list)[0]);
+    SetDataBytes(list.GetAt(list.GetHeadPosition()), {5});
+    EXPECT_EQ(Items(list)[3].second, Bytes({1, 0, 0, 0})) << "a copy, not a share";
+}
+
+TEST(BMetaDataTaggedList, RemoveDataTakesEveryMatchAndKeepsOtherPositions) {
+    BMetaDataTaggedList list;
+    for (const char* tag : {"a", "B", "A", "c", "a"})
+        Append(list, tag, {1});
+    __POSITION* const b = list.FindData("b");
+    __POSITION* const c = list.FindData("c");
+    EXPECT_EQ(list.RemoveData(Str("A")), 3);
+    EXPECT_EQ(list.RemoveData(Str("A")), 0);
+    EXPECT_EQ(Tags(list), (std::vector<std::string>{"B", "c"}));
+    __POSITION* pos = list.GetHeadPosition();
+    EXPECT_EQ(pos, b);
+    list.GetNext(pos);
+    EXPECT_EQ(pos, c);
+}
+
+TEST(BMetaDataTaggedList, PackageHoldsTheListRecordAndUnPackageReplacesTheList) {
+    BMetaDataTaggedList list;
+    list.SetData("w", 5);
+    list.SetData("text", "some text");
+    for (short mode : {1, 4}) { // with and without the marker
+        SCOPED_TRACE("mode " + std::to_string(mode));
+        BMemFile f;
+        list.Write(f, mode);
+        BMetaDataTagged item;
+        item.m_tag.SetData("name");
+        list.Package(item, mode);
+        EXPECT_EQ(DataOf(item), Written(f));
+        EXPECT_EQ(Tags(list).size(), 2u);
+        EXPECT_STREQ(reinterpret_cast<const char*>(item.m_tag.GetDataPtr()), "name");
+
+        BMetaDataTaggedList back;
+        back.SetData("stale", 1);
+        back.UnPackage(item, mode);
+        EXPECT_EQ(Items(back), Items(list));
+    }
 }
 
 } // namespace

@@ -180,4 +180,32 @@ TEST_F(BPreferencesStructured, EntriesThatHoldNoListRecord) {
     }
 }
 
+// An object that packs its bytes as they are.
+class Packed : public BMetaDataClass {
+public:
+    Bytes bytes;
+    void Set() override {
+        CreateDataBuff(static_cast<unsigned int>(bytes.size()));
+        std::copy(bytes.begin(), bytes.end(), GetDataPtr());
+    }
+    void Get() override { bytes.assign(GetDataPtr(), GetDataPtr() + m_size); }
+};
+
+// Up to 8 bytes an object keeps its packed form inside itself, from 9 in an allocation; the entry
+// is exactly those bytes either way. An entry of no bytes is present (status 0) yet unpacks
+// nothing.
+TEST_F(BPreferencesStructured, ObjectsOfEverySizeAreStoredAsExactlyTheirPackedBytes) {
+    for (std::size_t size : {0, 1, 8, 9, 300}) {
+        SCOPED_TRACE("packed size " + std::to_string(size));
+        Packed object, back;
+        for (std::size_t i = 0; i < size; ++i)
+            object.bytes.push_back(static_cast<unsigned char>(i * 7 + 1));
+        prefs.Set("Sec", "Object", object);
+        EXPECT_EQ(OnDisk().objectForKey("SecObject"), UserDefaults::Object(object.bytes));
+        back.bytes = {0xEE};
+        EXPECT_EQ(prefs.Get(Str("Sec"), Str("Object"), back), 0);
+        EXPECT_EQ(back.bytes, size != 0 ? object.bytes : Bytes{0xEE});
+    }
+}
+
 } // namespace
