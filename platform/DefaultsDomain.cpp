@@ -181,30 +181,22 @@ DefaultsDomain::Outcome DefaultsDomain::update(const Change& change, std::string
     if (!change(root, exists))
         return Outcome::Declined;
 
-    if (!internal::MakeFolders(*target, error))
-        return Outcome::Failed;
-    internal::FileLock lock(*target + ".lock");
-    if (!lock.held()) {
-        error = lock.error();
-        return Outcome::Failed;
-    }
     // Under the lock the file may have changed since it was first read: decide again on it.
-    if (!LoadForChange(*target, root, exists, unparsable, error))
-        return Outcome::Failed;
-    if (!change(root, exists))
-        return Outcome::Declined;
-    auto written = internal::WriteBinary(root);
-    if (!written) {
-        error = "the file would reach the limit of " + LimitText();
-        return Outcome::Failed;
-    }
-    if (unparsable) {
-        auto aside = internal::MoveAside(*target, error);
-        if (!aside)
-            return Outcome::Failed;
-        notice = *target + " could not be parsed; moved to " + *aside;
-    }
-    return internal::ReplaceFile(*target, *written, error) ? Outcome::Written : Outcome::Failed;
+    std::string aside;
+    const internal::Commit outcome = internal::CommitChange(
+        *target,
+        [&](internal::Replacement& next, std::string& why) {
+            if (!LoadForChange(*target, next.root, exists, next.damaged, why))
+                return internal::Commit::Failed;
+            return change(next.root, exists) ? internal::Commit::Written
+                                             : internal::Commit::Declined;
+        },
+        error, aside);
+    if (!aside.empty())
+        notice = *target + " could not be parsed; moved to " + aside;
+    return outcome == internal::Commit::Written    ? Outcome::Written
+           : outcome == internal::Commit::Declined ? Outcome::Declined
+                                                   : Outcome::Failed;
 }
 
 DefaultsDomain::Status DefaultsDomain::remove(std::string& error) {

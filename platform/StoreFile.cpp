@@ -231,4 +231,37 @@ bool ReplaceFile(const std::string& path, const std::string& bytes, std::string&
     return true;
 }
 
+Commit CommitChange(const std::string& target, const Decide& decide, std::string& error,
+                    std::string& aside) {
+    if (!MakeFolders(target, error))
+        return Commit::Failed;
+    FileLock lock(target + ".lock");
+    if (!lock.held()) {
+        error = lock.error();
+        return Commit::Failed;
+    }
+    Replacement next;
+    const Commit verdict = decide(next, error);
+    if (verdict != Commit::Written)
+        return verdict;
+    // Encoded before anything moves, so that a change past the limit leaves a damaged file where
+    // it was.
+    auto bytes = WriteBinary(next.root);
+    if (!bytes) {
+        error =
+            "the file would reach the limit of " + std::to_string(kStoreFileLimit >> 20) + " MiB";
+        return Commit::Failed;
+    }
+    if (next.damaged) {
+        std::string why;
+        auto moved = MoveAside(target, why);
+        if (!moved) {
+            error = "it cannot be parsed and cannot be moved aside: " + why;
+            return Commit::Failed;
+        }
+        aside = *moved;
+    }
+    return ReplaceFile(target, *bytes, error) ? Commit::Written : Commit::Failed;
+}
+
 } // namespace platform::internal

@@ -246,62 +246,46 @@ bool UserDefaults::synchronize() {
         return file_->state != State::Unreadable;
 
     const std::string target = file_->target;
-    std::string error;
-    if (!internal::MakeFolders(target, error)) {
-        report("cannot save defaults to " + path_ + ": " + error);
-        return false;
-    }
-    internal::FileLock lock(target + ".lock");
-    if (!lock.held()) {
-        report("cannot save defaults to " + path_ + ": " + lock.error());
-        return false;
-    }
-    // Under the lock: the file another process may have just written is the one merged into.
-    reload();
-    if (file_->state == State::Unreadable)
-        return false;
-    if (file_->target != target) {
-        report("cannot save defaults to " + path_ + ": the link changed while it was written");
-        return false;
-    }
-    if (file_->state == State::Unparsable) {
-        auto aside = internal::MoveAside(target, error);
-        if (!aside) {
-            report("defaults file " + target +
-                   " cannot be parsed and cannot be moved aside: " + error);
-            return false;
-        }
-        report("defaults file " + target + " cannot be parsed; moved to " + *aside);
+    std::map<std::string, Value> merged;
+    std::string error, aside;
+    const internal::Commit outcome = internal::CommitChange(
+        target,
+        [&](internal::Replacement& next, std::string& why) {
+            // Under the lock: the file another process may have just written is the one merged
+            // into. An unreadable file has been reported by reload.
+            reload();
+            if (file_->state == State::Unreadable)
+                return internal::Commit::Declined;
+            if (file_->target != target) {
+                why = "the link changed while it was written";
+                return internal::Commit::Failed;
+            }
+            next.damaged = file_->state == State::Unparsable;
+            if (!next.damaged)
+                merged = file_->entries;
+            for (const auto& [key, value] : pending_) {
+                if (value)
+                    merged[key] = MakeValue(*value);
+                else
+                    merged.erase(key);
+            }
+            for (const auto& [key, value] : merged) {
+                next.root.keys.push_back(key);
+                next.root.items.push_back(value);
+            }
+            return internal::Commit::Written;
+        },
+        error, aside);
+    if (!aside.empty()) {
+        report("defaults file " + target + " cannot be parsed; moved to " + aside);
         lastReport_.clear(); // each damaged file is worth its own line
-        file_->entries.clear();
-        file_->state = State::Readable;
     }
-
-    std::map<std::string, Value> merged = file_->entries;
-    for (const auto& [key, value] : pending_) {
-        if (value)
-            merged[key] = MakeValue(*value);
-        else
-            merged.erase(key);
-    }
-    Value root;
-    root.kind = Value::Kind::Dictionary;
-    for (const auto& [key, value] : merged) {
-        root.keys.push_back(key);
-        root.items.push_back(value);
-    }
-    auto bytes = internal::WriteBinary(root);
-    if (!bytes) {
-        report("cannot save defaults to " + path_ + ": the file would reach the limit of " +
-               std::to_string(internal::kStoreFileLimit >> 20) +
-               " MiB; the change is kept unsaved");
+    if (outcome == internal::Commit::Failed)
+        report("cannot save defaults to " + path_ + ": " + error + "; the change is kept unsaved");
+    if (outcome != internal::Commit::Written)
         return false;
-    }
-    if (!internal::ReplaceFile(target, *bytes, error)) {
-        report("cannot save defaults to " + path_ + ": " + error);
-        return false;
-    }
     file_->entries = std::move(merged);
+    file_->state = State::Readable;
     file_->stamp = StampOf(target);
     pending_.clear();
     lastReport_.clear();

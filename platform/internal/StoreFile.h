@@ -1,11 +1,15 @@
 // StoreFile.h — platform-internal: the file-system side of the user-defaults store. Finding the
 // file behind the store path, reading it without blocking, the advisory lock beside it, setting a
-// damaged file aside and replacing the file atomically.
+// damaged file aside and replacing the file atomically, and CommitChange, the one sequence through
+// which every writer changes a store file.
 //
 // Plain functions and one RAII lock; nothing is cached between calls. Every failure comes back as
 // false or nullopt with a one-line reason in `error`.
 #pragma once
 
+#include "platform/PropertyValue.h"
+
+#include <functional>
 #include <optional>
 #include <string>
 #include <sys/stat.h>
@@ -55,5 +59,22 @@ std::optional<std::string> MoveAside(const std::string& path, std::string& error
 // renamed over it, then the folder flushed. The new file keeps the permission bits of the old one,
 // or gets 0600. On failure the old file is untouched and no temporary is left.
 bool ReplaceFile(const std::string& path, const std::string& bytes, std::string& error);
+
+// How a change to a store file ended.
+enum class Commit { Written, Declined, Failed };
+// What a change makes of the file it finds under the lock: the new contents, and whether the file
+// there could not be parsed (it is then set aside rather than overwritten).
+struct Replacement {
+    PropertyValue root = PropertyValue::Dictionary();
+    bool damaged = false;
+};
+// Reads the file as it now is and fills the replacement; Written goes on to write it.
+using Decide = std::function<Commit(Replacement& next, std::string& error)>;
+// Makes the folders above `target`, takes the lock beside it and, holding it, asks `decide`. On
+// Written the new contents are encoded (refused at kStoreFileLimit), a damaged file is set aside
+// (`aside` gets its new name) and the new file replaces the old. Whatever else happens, the file
+// and anything beside it but the lock file and the folders stay as they were.
+Commit CommitChange(const std::string& target, const Decide& decide, std::string& error,
+                    std::string& aside);
 
 } // namespace platform::internal

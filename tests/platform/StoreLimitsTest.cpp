@@ -106,6 +106,17 @@ TEST(StoreLimits, AChangePastTheBoundIsRefusedAndKeptPendingTheRestStays) {
     store.removeObjectForKey("k0");
     EXPECT_TRUE(store.synchronize()) << "room made, the pending change goes in";
     EXPECT_EQ(UserDefaults(file).allKeys(), (std::vector<std::string>{"k1", "k2", "k3"}));
+
+    // Refused over a damaged file, the change leaves that file where it was.
+    const std::string damaged = folder / "damaged.plist";
+    WriteBytes(damaged, "not a property list");
+    Stderr([&] {
+        UserDefaults over(damaged);
+        over.setObject(std::string(kStoreFileLimit, 'x'), "big");
+        EXPECT_FALSE(over.synchronize());
+    });
+    EXPECT_EQ(ReadBytes(damaged), "not a property list");
+    EXPECT_FALSE(std::filesystem::exists(damaged + ".corrupt"));
 }
 
 } // namespace
