@@ -95,7 +95,8 @@ TEST(StrListTest, SortEqualsSelectionOnRandomLists) {
         for (std::string& text : texts) {
             text = parts[rng() % 9];
             for (unsigned n = rng() % 7; n > 0; --n)
-                text += std::string(1, "/\\\t\t"[rng() % 4]) + parts[rng() % 9];
+                text += "/\\\t\t"[rng() % 4];
+            text += parts[rng() % 9];
         }
         StrList fast, model;
         Fill(fast, texts);

@@ -68,7 +68,8 @@ TEST_F(UserDefaultsTest, TextsRoundTripWithControlCharactersAndAnyUtf8) {
     for (int i = 0; i < 200; ++i) {
         std::string text;
         for (int j = static_cast<int>(random() % 12); j > 0; --j) {
-            const std::uint32_t cp = 1 + random() % (limits[random() % 4] - 1);
+            const std::uint32_t limit = limits[random() % 4];
+            const std::uint32_t cp = 1 + random() % (limit - 1);
             const int tail = (cp >= 0x80) + (cp >= 0x800) + (cp >= 0x10000);
             for (int t = tail; t >= 0 && (cp < 0xD800 || cp > 0xDFFF); --t)
                 text += static_cast<char>(t < tail ? 0x80 | ((cp >> (6 * t)) & 0x3F)
