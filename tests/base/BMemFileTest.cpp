@@ -81,7 +81,9 @@ TEST(BMemFile, SeekAndSetPositionClampToTheData) {
     for (const auto& r : rows) {
         BMemFile f(Bytes(10, 0).data(), 10);
         f.SetPosition(static_cast<unsigned int>(r[0]));
-        EXPECT_EQ(f.Seek(r[1], r[2]), r[3]) << "row " << &r - rows;
+        SCOPED_TRACE("from " + std::to_string(r[0]) + ", Seek(" + std::to_string(r[1]) + ", " +
+                     std::to_string(r[2]) + ")");
+        EXPECT_EQ(f.Seek(r[1], r[2]), r[3]);
         EXPECT_EQ(f.m_position, static_cast<unsigned int>(r[3]));
         EXPECT_EQ(f.SetPosition(100), 10u);
     }
