@@ -150,26 +150,6 @@ TEST_F(PrefsWindowTest, ApplyStoresTheColourShownAndShowsItAsCurrent) {
     }
 }
 
-TEST_F(PrefsWindowTest, ClosingStoresTheNewColourEvenUnchanged) {
-    Store(0x123456);
-    pane.didSelect();
-    {
-        PrefsWindow window(nullptr, pane, ParseColour("#E01B24"));
-        gtk_window_present(window.window());
-        gtk_window_close(window.window());
-        EXPECT_FALSE(gtk_widget_get_visible(GTK_WIDGET(window.window())));
-        EXPECT_FALSE(window.failed());
-    }
-    EXPECT_EQ(Stored(), 0x241BE0);
-    UserDefaults::standardUserDefaults().removeObjectForKey("BkgColorsSelectedColor");
-    ASSERT_TRUE(UserDefaults::standardUserDefaults().synchronize());
-    pane.didSelect();
-    PrefsWindow window(nullptr, pane, std::nullopt);
-    gtk_window_present(window.window());
-    gtk_window_close(window.window());
-    EXPECT_EQ(Stored(), 0xE6E6E6) << "the default is written when left";
-}
-
 TEST_F(PrefsWindowTest, CurrentColourIsShownUndimmedButTheMouseGoesPastIt) {
     pane.didSelect();
     PrefsWindow window(nullptr, pane, std::nullopt);
