@@ -21,16 +21,12 @@ namespace {
 
 constexpr const char kSuffix[] = ".plist";
 
-std::string LimitText() {
-    return std::to_string(internal::kStoreFileLimit >> 20) + " MiB";
-}
-
 std::optional<PropertyValue> Parse(const std::string& bytes, std::string& error) {
     internal::ReadError why = internal::ReadError::None;
     auto root = internal::ReadPropertyList(bytes, why);
     if (!root)
         error = why == internal::ReadError::TooLarge
-                    ? "it holds more than the limit of " + LimitText()
+                    ? "it holds more than the limit of " + internal::StoreFileLimitText()
                     : "it is not a property list with a dictionary at the top";
     return root;
 }
@@ -67,7 +63,7 @@ bool LoadForChange(const std::string& target, PropertyValue& root, bool& exists,
     internal::ReadError why = internal::ReadError::None;
     auto parsed = internal::ReadPropertyList(bytes, why);
     if (why == internal::ReadError::TooLarge) {
-        error = "it holds more than the limit of " + LimitText();
+        error = "it holds more than the limit of " + internal::StoreFileLimitText();
         return false;
     }
     unparsable = !parsed;

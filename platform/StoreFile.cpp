@@ -248,8 +248,7 @@ Commit CommitChange(const std::string& target, const Decide& decide, std::string
     // it was.
     auto bytes = WriteBinary(next.root);
     if (!bytes) {
-        error =
-            "the file would reach the limit of " + std::to_string(kStoreFileLimit >> 20) + " MiB";
+        error = "the file would reach the limit of " + StoreFileLimitText();
         return Commit::Failed;
     }
     if (next.damaged) {

@@ -334,7 +334,7 @@ void UserDefaults::reload() {
         lastReport_.clear();
     } else if (why == internal::ReadError::TooLarge) {
         report("cannot read defaults file " + path_ + ": it holds more than " +
-               std::to_string(internal::kStoreFileLimit >> 20) + " MiB");
+               internal::StoreFileLimitText());
         file_->state = State::Unreadable;
     } else {
         report("defaults file " + path_ +

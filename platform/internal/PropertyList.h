@@ -13,6 +13,10 @@ namespace platform::internal {
 // The bound on a store file, for reading and writing alike: its bytes, and its size once shared
 // objects are written out each time they are reached, stay below it.
 constexpr std::size_t kStoreFileLimit = 4u << 20;
+// The bound as messages name it.
+inline std::string StoreFileLimitText() {
+    return std::to_string(kStoreFileLimit >> 20) + " MiB";
+}
 // Containers nested below the top dictionary; deeper files are not read.
 constexpr int kMaxNesting = 128;
 
