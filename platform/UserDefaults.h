@@ -78,6 +78,9 @@ public:
     // space or permission, the result would pass 4 MiB); the next call tries again. With nothing
     // pending it only rereads the file, and is false when the file cannot be read.
     bool synchronize();
+    // Why the last load or synchronize could not read or write the file, as the line reported on
+    // stderr says it (without the program's prefix); empty once the file was read or written.
+    const std::string& lastProblem() const { return lastReport_; }
 
 private:
     struct File; // what was last read from the file
