@@ -14,7 +14,7 @@ FUZZ_SECONDS ?= 60
 FUZZ_SMOKE_SECONDS ?= 3
 CMAKE        ?= cmake
 
-PACKAGES := cmake g++ make pkg-config libplist-dev libplist-utils libgtest-dev libbenchmark-dev \
+PACKAGES := cmake g++ make pkg-config libexpat1-dev libplist-utils libgtest-dev libbenchmark-dev \
 	libgtk-4-dev libxtst-dev xvfb xauth xdotool desktop-file-utils clang-format python3
 
 .PHONY: all deps build run test test32 test-be bench bench-chart fuzz memcheck coverage install format clean
@@ -46,9 +46,9 @@ test: deps
 
 # The same tests at 32 bits (i386 multiarch; natively, or under qemu-i386 where the kernel runs no
 # 32-bit programs) and on a big-endian host (s390x, cross
-# built and run under qemu-user). The big-endian build has no libplist, so it builds and tests the
+# built and run under qemu-user). The big-endian build has no expat, so it builds and tests the
 # base library only (BKGCOLORS_PLATFORM=OFF); the window is left out of both.
-PACKAGES_32 := g++-multilib libplist-dev:i386 libgtest-dev:i386
+PACKAGES_32 := g++-multilib libexpat1-dev:i386 libgtest-dev:i386
 PACKAGES_BE := g++-s390x-linux-gnu qemu-user googletest
 
 test32:

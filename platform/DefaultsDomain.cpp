@@ -3,8 +3,6 @@
 #include "platform/internal/PropertyList.h"
 #include "platform/internal/StoreFile.h"
 
-#include <plist/plist.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
@@ -21,29 +19,18 @@ namespace {
 
 constexpr const char kSuffix[] = ".plist";
 
+std::string FailureText(const internal::ReadFailure& failure) {
+    return failure.kind == internal::ReadError::TooLarge
+               ? failure.reason
+               : "it is not a property list with a dictionary at the top: " + failure.reason;
+}
+
 std::optional<PropertyValue> Parse(const std::string& bytes, std::string& error) {
-    internal::ReadError why = internal::ReadError::None;
-    auto root = internal::ReadPropertyList(bytes, why);
+    internal::ReadFailure failure;
+    auto root = internal::ReadPropertyList(bytes, failure);
     if (!root)
-        error = why == internal::ReadError::TooLarge
-                    ? "it holds more than the limit of " + internal::StoreFileLimitText()
-                    : "it is not a property list with a dictionary at the top";
+        error = FailureText(failure);
     return root;
-}
-
-// XML 1.0 has no way to write these, not even as character references.
-bool XmlCarries(const std::string& text) {
-    return std::none_of(text.begin(), text.end(), [](char c) {
-        const auto byte = static_cast<unsigned char>(c);
-        return byte < 0x20 && byte != '\t' && byte != '\n' && byte != '\r';
-    });
-}
-
-bool XmlCarriesAll(const PropertyValue& value) {
-    if (value.kind == PropertyValue::Kind::String && !XmlCarries(value.bytes))
-        return false;
-    return std::all_of(value.keys.begin(), value.keys.end(), XmlCarries) &&
-           std::all_of(value.items.begin(), value.items.end(), XmlCarriesAll);
 }
 
 // The file a change starts from: its tree, or an empty dictionary when it is absent or cannot be
@@ -60,10 +47,10 @@ bool LoadForChange(const std::string& target, PropertyValue& root, bool& exists,
     unparsable = false;
     if (!exists)
         return true;
-    internal::ReadError why = internal::ReadError::None;
-    auto parsed = internal::ReadPropertyList(bytes, why);
-    if (why == internal::ReadError::TooLarge) {
-        error = "it holds more than the limit of " + internal::StoreFileLimitText();
+    internal::ReadFailure failure;
+    auto parsed = internal::ReadPropertyList(bytes, failure);
+    if (failure.kind == internal::ReadError::TooLarge) {
+        error = failure.reason;
         return false;
     }
     unparsable = !parsed;
@@ -114,32 +101,15 @@ std::optional<std::vector<std::string>> DomainNames(std::string& error) {
 }
 
 std::optional<PropertyValue> ParsePropertyList(const std::string& bytes, std::string& error) {
+    if (bytes.empty()) {
+        error = "it is empty";
+        return std::nullopt;
+    }
     return Parse(bytes, error);
 }
 
-// libplist writes the XML from the binary form, which carries every kind exactly; what it cannot
-// hold in its C strings (a NUL) is among what XML cannot carry, and is refused before.
 std::optional<std::string> XmlPropertyList(const PropertyValue& root, std::string& error) {
-    if (!XmlCarriesAll(root)) {
-        error = "it holds a text with a control character, which XML cannot carry";
-        return std::nullopt;
-    }
-    auto binary = internal::WriteBinary(root, SIZE_MAX);
-    plist_t tree = nullptr;
-    if (binary)
-        plist_from_bin(binary->data(), static_cast<std::uint32_t>(binary->size()), &tree);
-    char* xml = nullptr;
-    std::uint32_t length = 0;
-    if (tree)
-        plist_to_xml(tree, &xml, &length);
-    plist_free(tree);
-    if (!xml) {
-        error = "it cannot be written as XML";
-        return std::nullopt;
-    }
-    std::string text(xml, length);
-    plist_to_xml_free(xml);
-    return text;
+    return internal::WriteXml(root, error);
 }
 
 DefaultsDomain::Status DefaultsDomain::read(PropertyValue& root, std::string& error) const {

@@ -23,10 +23,13 @@ std::string DefaultsFolder();
 std::optional<std::vector<std::string>> DomainNames(std::string& error);
 
 // A property list (binary or XML, with a dictionary at the top) read from `bytes`; nullopt, with a
-// one-line reason, for anything else or anything past the store's size limit.
+// one-line reason saying what is wrong and where, for anything else, nothing at all, or anything
+// past the store's size limit.
 std::optional<PropertyValue> ParsePropertyList(const std::string& bytes, std::string& error);
-// The XML form of `root`; nullopt, with a reason, when it holds what XML cannot carry (a control
-// character in a text or key).
+// The XML form of `root`, which reads back as the same tree (a 32-bit real reads back as the same
+// number in 64 bits); nullopt, with a reason and the key path, when it holds what XML cannot carry:
+// a control character in a text or key, a date that is not a whole second of the years 1 to 9999,
+// a set, a null or a UID.
 std::optional<std::string> XmlPropertyList(const PropertyValue& root, std::string& error);
 
 class DefaultsDomain {

@@ -1,12 +1,13 @@
-// The binary property-list form, read here rather than by libplist: libplist 2.2 holds
-// texts and dictionary keys as C strings, so it cuts an ASCII text at a NUL, asserts when it hands
-// out a key holding one, and offers no way to make such a text or key; it also expands shared
-// objects without bound and recurses without limit on nesting.
+// Reading the binary property-list form. Texts and keys may hold NUL; every object is charged
+// what the store would write for it each time it is reached, so shared objects cannot expand a
+// small file without bound; nesting and cycles are bounded.
 
 #include "platform/internal/PropertyList.h"
 
+#include <cstdio>
 #include <cstring>
 #include <utility>
+#include <vector>
 
 namespace platform::internal {
 
@@ -59,50 +60,64 @@ bool Utf16ToUtf8(const unsigned char* p, std::uint64_t units, std::string& out) 
 
 namespace {
 
+std::string Hex(std::uint64_t value) {
+    char text[24];
+    std::snprintf(text, sizeof text, "0x%llX", static_cast<unsigned long long>(value));
+    return text;
+}
+
 class BinaryReader {
 public:
     explicit BinaryReader(const std::string& file)
-        : data_(reinterpret_cast<const unsigned char*>(file.data())), size_(file.size()) {}
+        : data_(reinterpret_cast<const unsigned char*>(file.data())), fileSize_(file.size()) {}
 
-    std::optional<Value> read(ReadError& error) {
-        error = ReadError::Unparsable;
+    std::optional<Value> read(ReadFailure& failure) {
         constexpr std::size_t kHeader = 8, kTrailer = 32;
-        if (size_ < kHeader + kTrailer || std::memcmp(data_, "bplist00", kHeader) != 0)
-            return std::nullopt;
-        const unsigned char* trailer = data_ + size_ - kTrailer;
+        if (fileSize_ < kHeader + kTrailer || std::memcmp(data_, "bplist00", kHeader) != 0)
+            return fail(failure,
+                        "it is not a binary property list (no bplist00 header or trailer)");
+        const unsigned char* trailer = data_ + fileSize_ - kTrailer;
         offsetSize_ = trailer[6];
         refSize_ = trailer[7];
         count_ = BigEndian(trailer + 8, 8);
         const std::uint64_t top = BigEndian(trailer + 16, 8);
         table_ = BigEndian(trailer + 24, 8);
-        end_ = size_ - kTrailer;
-        if (offsetSize_ < 1 || offsetSize_ > 8 || refSize_ < 1 || refSize_ > 8)
-            return std::nullopt;
-        if (table_ < kHeader || table_ > end_ || count_ == 0 || top >= count_ ||
+        end_ = fileSize_ - kTrailer;
+        if (offsetSize_ < 1 || offsetSize_ > 8 || refSize_ < 1 || refSize_ > 8 ||
+            table_ < kHeader || table_ > end_ || count_ == 0 || top >= count_ ||
             count_ > (end_ - table_) / offsetSize_)
-            return std::nullopt;
+            return fail(failure, "its binary trailer is damaged");
+        onPath_.assign(count_, false);
         Value root;
-        if (!object(top, 0, root) || root.kind != Value::Kind::Dictionary) {
-            if (tooLarge_)
-                error = ReadError::TooLarge;
-            return std::nullopt;
-        }
-        // What the store would write for this tree must stay under the bound too, so that a file
-        // read can always be written back.
-        if (!WriteBinary(root)) {
-            error = ReadError::TooLarge;
-            return std::nullopt;
-        }
-        error = ReadError::None;
+        if (!object(top, 0, root))
+            return fail(failure, problem_ + (path_.empty() ? "" : " at " + KeyPathText(path_)));
+        if (root.kind != Value::Kind::Dictionary)
+            return fail(failure, "its top object is not a dictionary");
+        if (written_.total() >= kStoreFileLimit)
+            return fail(failure, TooLargeText(), ReadError::TooLarge);
+        failure = ReadFailure();
         return root;
     }
 
 private:
-    // Every object reached is charged at least what writing it out would cost, so shared objects
-    // that expand past the bound are stopped long before they exhaust memory or time.
-    bool charge(std::uint64_t bytes) {
-        spent_ += bytes;
-        if (spent_ >= kStoreFileLimit)
+    std::optional<Value> fail(ReadFailure& failure, std::string reason,
+                              ReadError kind = ReadError::Unparsable) {
+        failure.kind = tooLarge_ ? ReadError::TooLarge : kind;
+        failure.reason = tooLarge_ ? TooLargeText() : std::move(reason);
+        return std::nullopt;
+    }
+    static std::string TooLargeText() {
+        return "it would take more than the limit of " + StoreFileLimitText() +
+               " once its shared objects are written out";
+    }
+    bool bad(std::string problem) {
+        problem_ = std::move(problem);
+        return false;
+    }
+    // Objects are charged as they are reached, so shared objects that expand past the bound stop
+    // the reading long before they exhaust memory or time.
+    bool within(std::uint64_t more = 0) {
+        if (written_.atLeast(more) >= kStoreFileLimit)
             tooLarge_ = true;
         return !tooLarge_;
     }
@@ -124,40 +139,47 @@ private:
 
     bool object(std::uint64_t ref, int depth, Value& out) {
         if (ref >= count_)
-            return false;
+            return bad("a reference to object " + std::to_string(ref) + " of " +
+                       std::to_string(count_));
         const std::uint64_t offset = BigEndian(data_ + table_ + ref * offsetSize_, offsetSize_);
         if (offset < 8 || offset >= end_)
-            return false;
+            return bad("object " + std::to_string(ref) + " lies outside the file");
         const unsigned marker = data_[offset], low = marker & 0xF;
         std::size_t pos = offset + 1;
         const auto fits = [&](std::uint64_t bytes) { return bytes <= end_ - pos; };
+        const std::string truncated = "object " + std::to_string(ref) + " is cut short";
         switch (marker >> 4) {
         case 0x0:
             if (low != 0 && low != 8 && low != 9)
-                return false;
+                return bad("object " + std::to_string(ref) + " has the unknown marker " +
+                           Hex(marker));
             out.kind = low == 0 ? Value::Kind::Null : Value::Kind::Boolean;
             out.bits = low == 9;
-            return charge(2);
+            break;
         case 0x1: {
-            if (low > 4 || !fits(1u << low))
-                return false;
+            if (low > 4)
+                return bad("an integer of " + std::to_string(8u << low) + " bits, beyond 64 bits");
+            if (!fits(1u << low))
+                return bad(truncated);
             out.kind = Value::Kind::Integer;
             if (low < 4) {
                 out.bits = BigEndian(data_ + pos, 1u << low);
-                return charge(2 + (1u << low));
+                break;
             }
             const std::uint64_t high = BigEndian(data_ + pos, 8);
             out.bits = BigEndian(data_ + pos + 8, 8);
             if (high == ~std::uint64_t{0} && (out.bits >> 63))
-                return charge(18); // a negative number in the wide form
+                break; // a negative number in the wide form
+            if (high != 0)
+                return bad("an integer beyond 64 bits");
             out.wide = out.bits >> 63;
-            return high == 0 && charge(18);
+            break;
         }
         case 0x2:
-            if ((low != 2 && low != 3) || !fits(1u << low))
-                return false;
-            out.kind = Value::Kind::Real;
-            out.wide = low == 2;
+            if (low != 2 && low != 3)
+                return bad("a real of " + std::to_string(8u << low) + " bits");
+            if (!fits(1u << low))
+                return bad(truncated);
             if (low == 2) {
                 const std::uint32_t bits = static_cast<std::uint32_t>(BigEndian(data_ + pos, 4));
                 float single;
@@ -165,83 +187,124 @@ private:
                 out = Value::Double(single);
                 out.wide = true;
             } else {
+                out.kind = Value::Kind::Real;
                 out.bits = BigEndian(data_ + pos, 8);
             }
-            return charge(10);
+            break;
         case 0x3:
-            if (low != 3 || !fits(8))
-                return false;
+            if (low != 3)
+                return bad("a date of " + std::to_string(8u << low) + " bits");
+            if (!fits(8))
+                return bad(truncated);
             out.kind = Value::Kind::Date;
             out.bits = BigEndian(data_ + pos, 8);
-            return charge(10);
+            break;
         case 0x4:
         case 0x5: {
             std::uint64_t n = 0;
-            if (!length(pos, low, n) || !fits(n) || !charge(10 + n))
+            if (!length(pos, low, n) || !fits(n))
+                return bad(truncated);
+            if (!within(BinarySize::leastForText(n)))
                 return false;
             out.kind = (marker >> 4) == 0x4 ? Value::Kind::Data : Value::Kind::String;
             out.bytes.assign(reinterpret_cast<const char*>(data_ + pos), n);
             if (out.kind == Value::Kind::String)
                 for (unsigned char c : out.bytes)
                     if (c >= 0x80)
-                        return false;
-            return true;
+                        return bad("an ASCII text holding the byte " + Hex(c));
+            break;
         }
         case 0x6: {
             std::uint64_t n = 0;
-            if (!length(pos, low, n) || n > (end_ - pos) / 2 || !charge(10 + 2 * n))
+            if (!length(pos, low, n) || n > (end_ - pos) / 2)
+                return bad(truncated);
+            if (!within(BinarySize::leastForText(n)))
                 return false;
             out.kind = Value::Kind::String;
-            return Utf16ToUtf8(data_ + pos, n, out.bytes);
+            if (!Utf16ToUtf8(data_ + pos, n, out.bytes))
+                return bad("a text with a UTF-16 surrogate that does not pair up");
+            break;
         }
         case 0x8:
-            if (!fits(low + 1u) || low > 7)
-                return false;
+            if (low > 7 || !fits(low + 1u))
+                return bad(truncated);
             out.kind = Value::Kind::Uid;
             out.bits = BigEndian(data_ + pos, low + 1);
-            return charge(10);
+            break;
         case 0xA:
         case 0xC:
-        case 0xD: {
-            std::uint64_t n = 0;
-            const bool dict = (marker >> 4) == 0xD;
-            if (depth > kMaxNesting || !length(pos, low, n) ||
-                n > (end_ - pos) / refSize_ / (dict ? 2 : 1) || !charge(10 + (dict ? 2 : 1) * n))
-                return false;
-            out.kind = dict                   ? Value::Kind::Dictionary
-                       : (marker >> 4) == 0xA ? Value::Kind::Array
-                                              : Value::Kind::Set;
-            out.items.resize(n);
-            for (std::uint64_t i = 0; i < n; ++i) {
-                const std::uint64_t at = pos + (dict ? n + i : i) * refSize_;
-                if (!object(BigEndian(data_ + at, refSize_), depth + 1, out.items[i]))
-                    return false;
-            }
-            for (std::uint64_t i = 0; dict && i < n; ++i) {
-                Value key;
-                if (!object(BigEndian(data_ + pos + i * refSize_, refSize_), depth + 1, key) ||
-                    key.kind != Value::Kind::String)
-                    return false;
-                out.keys.push_back(std::move(key.bytes));
-            }
-            return true;
-        }
+        case 0xD:
+            return container(ref, marker, pos, depth, out);
         default:
-            return false;
+            return bad("object " + std::to_string(ref) + " has the unknown marker " + Hex(marker));
         }
+        written_.addValue(out);
+        return within();
+    }
+
+    bool container(std::uint64_t ref, unsigned marker, std::size_t pos, int depth, Value& out) {
+        std::uint64_t n = 0;
+        const bool dict = (marker >> 4) == 0xD;
+        if (depth > kMaxNesting)
+            return bad("dictionaries and arrays nested deeper than " + std::to_string(kMaxNesting));
+        if (onPath_[ref])
+            return bad("a dictionary or array that holds itself");
+        if (!length(pos, marker & 0xF, n) || n > (end_ - pos) / refSize_ / (dict ? 2 : 1))
+            return bad("object " + std::to_string(ref) + " is cut short");
+        out.kind = dict                   ? Value::Kind::Dictionary
+                   : (marker >> 4) == 0xA ? Value::Kind::Array
+                                          : Value::Kind::Set;
+        out.items.resize(n);
+        written_.addValue(out);
+        if (!within(dict ? 2 * n : n))
+            return false;
+        onPath_[ref] = true;
+        if (dict) {
+            out.keys.resize(n);
+            for (std::uint64_t i = 0; i < n; ++i) {
+                Value key;
+                if (!object(BigEndian(data_ + pos + i * refSize_, refSize_), depth + 1, key))
+                    return Unwind("(key " + std::to_string(i + 1) + ")");
+                if (key.kind != Value::Kind::String) {
+                    bad("a dictionary key that is not a text");
+                    return Unwind("(key " + std::to_string(i + 1) + ")");
+                }
+                out.keys[i] = std::move(key.bytes);
+            }
+        }
+        for (std::uint64_t i = 0; i < n; ++i) {
+            const std::uint64_t at = pos + (dict ? n + i : i) * refSize_;
+            if (!object(BigEndian(data_ + at, refSize_), depth + 1, out.items[i]))
+                return Unwind(dict ? out.keys[i] : std::to_string(i));
+        }
+        onPath_[ref] = false;
+        if (dict)
+            KeepLastOfEachKey(out);
+        return true;
+    }
+
+    // The path of a failure is gathered on the way back up, so that a read that succeeds keeps
+    // no path at all.
+    bool Unwind(std::string step) {
+        path_.insert(path_.begin(), std::move(step));
+        return false;
     }
 
     const unsigned char* data_;
-    std::size_t size_, end_ = 0;
+    std::size_t fileSize_, end_ = 0;
     unsigned offsetSize_ = 0, refSize_ = 0;
-    std::uint64_t count_ = 0, table_ = 0, spent_ = 0;
+    std::uint64_t count_ = 0, table_ = 0;
+    std::vector<bool> onPath_; // the containers being read, to tell a cycle
+    BinarySize written_;
     bool tooLarge_ = false;
+    std::string problem_;
+    std::vector<std::string> path_;
 };
 
 } // namespace
 
-std::optional<Value> ReadBinary(const std::string& file, ReadError& error) {
-    return BinaryReader(file).read(error);
+std::optional<Value> ReadBinary(const std::string& file, ReadFailure& failure) {
+    return BinaryReader(file).read(failure);
 }
 
 } // namespace platform::internal

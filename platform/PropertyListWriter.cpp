@@ -29,6 +29,62 @@ unsigned FewestBytes(std::uint64_t value) {
     return n;
 }
 
+// The marker byte of a container or run of `n`, and the integer object after it when n >= 15.
+std::uint64_t HeaderBytes(std::uint64_t n) {
+    return n < 15 ? 1 : 2 + BytesFor(n);
+}
+
+bool IsAscii(const std::string& text) {
+    for (unsigned char c : text)
+        if (c >= 0x80)
+            return false;
+    return true;
+}
+
+// UTF-16 units of a valid UTF-8 text: one per character, two from U+10000 on.
+std::uint64_t Utf16Units(const std::string& text) {
+    std::uint64_t units = 0;
+    for (unsigned char c : text)
+        units += (c & 0xC0) != 0x80 ? (c >= 0xF0 ? 2 : 1) : 0;
+    return units;
+}
+
+std::uint64_t TextBytes(const std::string& text) {
+    if (IsAscii(text))
+        return HeaderBytes(text.size()) + text.size();
+    const std::uint64_t units = Utf16Units(text);
+    return HeaderBytes(units) + 2 * units;
+}
+
+// What encode() writes for one value, references left out.
+std::uint64_t ValueBytes(const Value& value) {
+    using Kind = Value::Kind;
+    switch (value.kind) {
+    case Kind::Null:
+    case Kind::Boolean:
+        return 1;
+    case Kind::Integer:
+        return value.wide                                  ? 17
+               : static_cast<std::int64_t>(value.bits) < 0 ? 9
+                                                           : 1 + BytesFor(value.bits);
+    case Kind::Real:
+        return value.wide ? 5 : 9;
+    case Kind::Date:
+        return 9;
+    case Kind::Data:
+        return HeaderBytes(value.bytes.size()) + value.bytes.size();
+    case Kind::String:
+        return TextBytes(value.bytes);
+    case Kind::Uid:
+        return 1 + BytesFor(value.bits);
+    case Kind::Array:
+    case Kind::Set:
+    case Kind::Dictionary:
+        return HeaderBytes(value.items.size());
+    }
+    return 0;
+}
+
 // UTF-8 (valid: every text in a tree is checked when it enters) to UTF-16 big-endian units.
 std::string Utf8ToUtf16(const std::string& text, std::uint64_t& units) {
     std::string out;
@@ -118,10 +174,7 @@ private:
     }
 
     void text(const std::string& text) {
-        bool ascii = true;
-        for (unsigned char c : text)
-            ascii = ascii && c < 0x80;
-        if (ascii) {
+        if (IsAscii(text)) {
             header(0x5, text.size());
             out_ += text;
             return;
@@ -206,6 +259,28 @@ private:
 };
 
 } // namespace
+
+void BinarySize::addValue(const Value& value) {
+    ++objects_;
+    bytes_ += ValueBytes(value);
+}
+
+void BinarySize::addKey(const std::string& key) {
+    ++objects_;
+    bytes_ += TextBytes(key);
+}
+
+std::uint64_t BinarySize::atLeast(std::uint64_t more) const {
+    // Every reference and offset takes a byte at least; every object but the top is referred to
+    // once.
+    return 8 + bytes_ + more + (objects_ ? 2 * objects_ - 1 : 0) + 32;
+}
+
+std::uint64_t BinarySize::total() const {
+    const std::uint64_t refs = objects_ ? objects_ - 1 : 0;
+    const std::uint64_t table = 8 + bytes_ + refs * FewestBytes(refs);
+    return table + objects_ * FewestBytes(table) + 32;
+}
 
 std::optional<std::string> WriteBinary(const Value& root, std::size_t limit) {
     return BinaryWriter(limit).write(root);

@@ -20,6 +20,9 @@ namespace {
 
 // Guarded by the single-threaded use of the store, like the rest of the platform layer.
 WriteHook writeHook = nullptr;
+// How long this program has waited for locks so far: the bound is on the whole run, so a program
+// that synchronises often still gives up within it.
+std::chrono::steady_clock::duration lockWaited{};
 
 void Reached(WritePoint point) {
     if (writeHook)
@@ -66,6 +69,10 @@ std::chrono::duration<double> LockTimeout() {
 
 void setWriteHook(WriteHook hook) {
     writeHook = hook;
+}
+
+void resetLockWait() {
+    lockWaited = {};
 }
 
 std::optional<std::string> ResolveStorePath(const std::string& path, std::string& error) {
@@ -151,26 +158,37 @@ FileLock::FileLock(const std::string& path) {
         error_ = "cannot open the lock " + path + ": " + ErrorText(errno);
         return;
     }
-    // Polled rather than blocking, so that the wait is bounded without touching signals.
+    // Polled rather than blocking, so that the wait is bounded without touching signals. A lock
+    // that is free is taken even once the program's wait is used up.
     const auto timeout = LockTimeout();
     const auto start = std::chrono::steady_clock::now();
+    const bool spent = lockWaited >= timeout;
     auto pause = std::chrono::milliseconds(1);
     while (flock(fd_, LOCK_EX | LOCK_NB) != 0) {
         const int why = errno;
         if (why == EINTR)
             continue;
-        if (why != EWOULDBLOCK || std::chrono::steady_clock::now() - start >= timeout) {
-            char waited[32];
-            std::snprintf(waited, sizeof waited, "%g s", timeout.count());
-            error_ = why == EWOULDBLOCK ? "another process held the lock " + path + " for " + waited
-                                        : "cannot lock " + path + ": " + ErrorText(why);
+        const auto waited = lockWaited + (std::chrono::steady_clock::now() - start);
+        if (why != EWOULDBLOCK || waited >= timeout) {
+            lockWaited += std::chrono::steady_clock::now() - start;
+            char bound[32];
+            std::snprintf(bound, sizeof bound, "%g s", timeout.count());
+            error_ = why != EWOULDBLOCK ? "cannot lock " + path + ": " + ErrorText(why)
+                     : spent            ? "another process holds the lock " + path +
+                                   " and this program has waited the " + bound +
+                                   " it may wait for locks"
+                             : "another process held the lock " + path + " for the " + bound +
+                                   " this program may wait for locks";
             ::close(fd_);
             fd_ = -1;
             return;
         }
-        std::this_thread::sleep_for(pause);
+        const auto left =
+            std::chrono::duration_cast<std::chrono::steady_clock::duration>(timeout - waited);
+        std::this_thread::sleep_for(std::min<std::chrono::steady_clock::duration>(pause, left));
         pause = std::min(pause * 2, std::chrono::milliseconds(20));
     }
+    lockWaited += std::chrono::steady_clock::now() - start;
 }
 
 FileLock::~FileLock() {

@@ -76,38 +76,12 @@ std::int32_t ReadInteger(const std::string& text) {
     return static_cast<std::int32_t>(value);
 }
 
-struct Stamp {
-    bool exists = false;
-    dev_t device = 0;
-    ino_t inode = 0;
-    off_t size = 0;
-    std::int64_t mtimeSec = 0;
-    long mtimeNsec = 0;
-    bool operator==(const Stamp& o) const {
-        return exists == o.exists && device == o.device && inode == o.inode && size == o.size &&
-               mtimeSec == o.mtimeSec && mtimeNsec == o.mtimeNsec;
-    }
-};
-
-Stamp StampOf(const std::string& path) {
-    struct stat info;
-    if (stat(path.c_str(), &info) != 0)
-        return Stamp();
-    return Stamp{true,
-                 info.st_dev,
-                 info.st_ino,
-                 info.st_size,
-                 static_cast<std::int64_t>(info.st_mtim.tv_sec),
-                 info.st_mtim.tv_nsec};
-}
-
 } // namespace
 
 struct UserDefaults::File {
     enum class State { Unread, Readable, Unparsable, Unreadable };
     State state = State::Unread;
-    std::map<std::string, Value> entries; // the top dictionary; a repeated key keeps its last value
-    Stamp stamp;                          // identity of the file as last read
+    std::map<std::string, Value> entries; // the top dictionary
     std::string target;                   // the file behind the store path, as last resolved
 };
 
@@ -241,18 +215,24 @@ std::vector<std::string> UserDefaults::allKeys() const {
 
 bool UserDefaults::synchronize() {
     using State = File::State;
-    reload();
-    if (pending_.empty() || file_->state == State::Unreadable)
+    if (pending_.empty()) {
+        reload();
         return file_->state != State::Unreadable;
-
+    }
+    // A file that cannot be read (or is no regular file) is refused before anything is locked
+    // or made.
+    reload();
+    if (file_->state == State::Unreadable)
+        return false;
     const std::string target = file_->target;
-    std::map<std::string, Value> merged;
     std::string error, aside;
+    std::map<std::string, Value> merged;
     const internal::Commit outcome = internal::CommitChange(
         target,
         [&](internal::Replacement& next, std::string& why) {
-            // Under the lock: the file another process may have just written is the one merged
-            // into. An unreadable file has been reported by reload.
+            // Under the lock, the file is read as it is now, whatever was read before: a file
+            // another process has just replaced may look the same to every stamp (a reused inode,
+            // the same size, the same time tick) and still hold other values.
             reload();
             if (file_->state == State::Unreadable)
                 return internal::Commit::Declined;
@@ -269,6 +249,8 @@ bool UserDefaults::synchronize() {
                 else
                     merged.erase(key);
             }
+            next.root.keys.reserve(merged.size());
+            next.root.items.reserve(merged.size());
             for (const auto& [key, value] : merged) {
                 next.root.keys.push_back(key);
                 next.root.items.push_back(value);
@@ -281,12 +263,12 @@ bool UserDefaults::synchronize() {
         lastReport_.clear(); // each damaged file is worth its own line
     }
     if (outcome == internal::Commit::Failed)
-        report("cannot save defaults to " + path_ + ": " + error + "; the change is kept unsaved");
+        report("cannot save defaults to " + path_ + ": " + error + "; the change is kept unsaved",
+               false);
     if (outcome != internal::Commit::Written)
         return false;
     file_->entries = std::move(merged);
     file_->state = State::Readable;
-    file_->stamp = StampOf(target);
     pending_.clear();
     lastReport_.clear();
     return true;
@@ -301,10 +283,6 @@ void UserDefaults::reload() {
         file_->state = State::Unreadable;
         return;
     }
-    const Stamp now = StampOf(*target);
-    if (*target == file_->target && now == file_->stamp &&
-        (file_->state == State::Readable || file_->state == State::Unparsable))
-        return;
     file_->target = *target;
 
     std::string bytes;
@@ -312,9 +290,8 @@ void UserDefaults::reload() {
     switch (internal::ReadRegularFile(*target, bytes, info, error)) {
     case internal::FileRead::Missing:
         file_->entries.clear();
-        file_->stamp = Stamp();
         file_->state = State::Readable;
-        lastReport_.clear();
+        readingWell();
         return;
     case internal::FileRead::Failed:
         report("cannot read defaults file " + path_ + ": " + error);
@@ -323,27 +300,31 @@ void UserDefaults::reload() {
     case internal::FileRead::Read:
         break;
     }
-    file_->stamp = StampOf(*target);
-    internal::ReadError why = internal::ReadError::None;
-    auto root = internal::ReadPropertyList(bytes, why);
+    internal::ReadFailure failure;
+    auto root = internal::ReadPropertyList(bytes, failure);
     file_->entries.clear();
     if (root) {
         for (std::size_t i = 0; i < root->keys.size(); ++i)
-            file_->entries[root->keys[i]] = std::move(root->items[i]);
+            file_->entries.emplace(std::move(root->keys[i]), std::move(root->items[i]));
         file_->state = State::Readable;
-        lastReport_.clear();
-    } else if (why == internal::ReadError::TooLarge) {
-        report("cannot read defaults file " + path_ + ": it holds more than " +
-               internal::StoreFileLimitText());
+        readingWell();
+    } else if (failure.kind == internal::ReadError::TooLarge) {
+        report("cannot read defaults file " + path_ + ": " + failure.reason);
         file_->state = State::Unreadable;
     } else {
-        report("defaults file " + path_ +
-               " cannot be parsed; it reads as empty and is moved aside before the next write");
+        report("defaults file " + path_ + " cannot be parsed (" + failure.reason +
+               "); it reads as empty and is moved aside before the next write");
         file_->state = State::Unparsable;
     }
 }
 
-void UserDefaults::report(const std::string& message) {
+void UserDefaults::readingWell() {
+    if (reportedReading_)
+        lastReport_.clear();
+}
+
+void UserDefaults::report(const std::string& message, bool reading) {
+    reportedReading_ = reading;
     if (message == lastReport_)
         return;
     lastReport_ = message;

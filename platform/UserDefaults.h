@@ -86,12 +86,16 @@ private:
     struct File; // what was last read from the file
 
     void reload();
-    void report(const std::string& message);
+    // Says `message` on stderr unless it was the last thing said; `reading` tells a problem with
+    // reading the file, which a good read clears, from one with writing it.
+    void report(const std::string& message, bool reading = true);
+    void readingWell();
 
     std::string path_;
     std::unique_ptr<File> file_;
     std::map<std::string, std::optional<Object>> pending_; // empty value: removed
     std::string lastReport_; // a failure is not repeated until it changes or clears
+    bool reportedReading_ = true;
 };
 
 } // namespace platform

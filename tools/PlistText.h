@@ -13,8 +13,9 @@
 // four spaces deeper than `indent`; texts quoted unless they are only letters, digits and
 // `_ . $ / :`; data as `<0a0b0c>`; booleans as 1 and 0. No final newline.
 std::string OldStyleText(const platform::PropertyValue& value, int indent = 0);
-// One value as `read` shows it alone: a text as it is, numbers and dates bare, the rest as
-// OldStyleText.
+// One value as `read` shows it alone: a text as it is (quoted with escapes, as OldStyleText
+// writes it, when it holds a control character other than tab and line feed), numbers and dates
+// bare, the rest as OldStyleText.
 std::string BareText(const platform::PropertyValue& value);
 // The kind as `read-type` names it: string, integer, float, boolean, data, date, array,
 // dictionary.

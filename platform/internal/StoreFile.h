@@ -21,6 +21,8 @@ enum class WritePoint { TempWritten, TempSynced, Renamed, FolderSynced };
 using WriteHook = void (*)(WritePoint);
 // For tests only: `hook` is called at every write point of this process (null: none).
 void setWriteHook(WriteHook hook);
+// For tests only: forgets how long this process has waited for locks.
+void resetLockWait();
 
 // The file the store path stands for: the path itself, or the end of a chain of symbolic links
 // owned by this user. nullopt when a link belongs to someone else or cannot be read.
@@ -35,8 +37,9 @@ FileRead ReadRegularFile(const std::string& path, std::string& bytes, struct sta
 // Makes the missing folders above `file` with mode 0700.
 bool MakeFolders(const std::string& file, std::string& error);
 
-// An exclusive advisory lock on `path` (created 0600, never through a symbolic link), waited for
-// at most $BKGCOLORS_LOCK_TIMEOUT seconds (10 when unset). Released when destroyed.
+// An exclusive advisory lock on `path` (created 0600, never through a symbolic link). The program
+// waits for locks at most $BKGCOLORS_LOCK_TIMEOUT seconds (10 when unset) in all, however many
+// it takes; a free lock is taken even after that. Released when destroyed.
 class FileLock {
 public:
     explicit FileLock(const std::string& path);

@@ -3,10 +3,14 @@
 
 #include "platform/UserDefaults.h"
 
+#include "support/StoreTesting.h"
 #include "support/TempFolder.h"
 
 #include "support/Seed.h"
 #include "support/Testing.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
 
 using platform::UserDefaults;
 using Object = UserDefaults::Object;
@@ -77,6 +81,36 @@ TEST(UserDefaultsMerge, RandomChangesOfThreeStoresFollowTheMergeRule) {
                 ASSERT_EQ(stores[s]->objectForKey(k), models[s].read(k))
                     << "step " << step << ", store " << s << ", key " << k;
     }
+}
+
+// Another process may replace the file with one that every stamp takes for the old one (the inode
+// reused, the same size, the same time tick). Under the lock the file is read all the same, so
+// what that process wrote is merged, never undone.
+TEST(UserDefaultsMerge, AFileThatLooksUnchangedIsReadAgainUnderTheLock) {
+    TempFolder folder;
+    const std::string file = folder / "store.plist", theirs = folder / "theirs.plist";
+    for (const std::string& path : {file, theirs}) {
+        UserDefaults writer(path);
+        writer.setObject(path == file ? 1 : 2, "theirs");
+        writer.setObject(1, "mine");
+    }
+    UserDefaults store(file);
+    ASSERT_EQ(store.integerForKey("theirs"), 1);
+
+    struct stat before {};
+    ASSERT_EQ(stat(file.c_str(), &before), 0);
+    const std::string replaced = ReadBytes(theirs);
+    ASSERT_EQ(replaced.size(), static_cast<std::size_t>(before.st_size));
+    WriteBytes(file, replaced); // in place: the same inode
+    const timespec times[2] = {before.st_atim, before.st_mtim};
+    ASSERT_EQ(utimensat(AT_FDCWD, file.c_str(), times, 0), 0);
+
+    store.setObject(5, "mine");
+    ASSERT_TRUE(store.synchronize());
+    UserDefaults reread(file);
+    EXPECT_EQ(reread.integerForKey("theirs"), 2) << "the other process's value was undone";
+    EXPECT_EQ(reread.integerForKey("mine"), 5);
+    EXPECT_EQ(store.integerForKey("theirs"), 2);
 }
 
 } // namespace

@@ -10,6 +10,7 @@
 
 #include "support/Testing.h"
 
+#include <chrono>
 #include <csignal>
 #include <fcntl.h>
 #include <filesystem>
@@ -186,6 +187,36 @@ TEST(StoreFault, ALockNotHadInTimeOrPlantedAsALinkRefusesTheWrite) {
         UserDefaults(file).removeObjectForKey("new");
     }
     unsetenv("BKGCOLORS_LOCK_TIMEOUT");
+}
+
+// However often a program synchronises, it waits for locks at most the bound in all; a lock that
+// is free is still taken once the wait is spent.
+TEST(StoreFault, TheLockWaitIsOneBoundForTheWholeRun) {
+    TempFolder folder;
+    const std::string file = folder / "store.plist", lock = file + ".lock";
+    platform::internal::resetLockWait();
+    setenv("BKGCOLORS_LOCK_TIMEOUT", "1", 1);
+    const int holder = open(lock.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    ASSERT_EQ(flock(holder, LOCK_EX), 0);
+    UserDefaults store(file);
+    std::string said;
+    const auto start = std::chrono::steady_clock::now();
+    for (int attempt = 0; attempt < 4; ++attempt) {
+        store.setObject(attempt, "k");
+        said += Stderr([&] { EXPECT_FALSE(store.synchronize()); });
+    }
+    const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
+    EXPECT_LT(took.count(), 3.0) << "four attempts each waited the whole bound";
+    EXPECT_EQ(Lines(said), 2) << said;
+    EXPECT_NE(said.find("held the lock " + lock + " for the 1 s this program may wait"),
+              std::string::npos)
+        << said;
+    EXPECT_NE(said.find("has waited the 1 s it may wait for locks"), std::string::npos) << said;
+    close(holder);
+    EXPECT_TRUE(store.synchronize()) << "a free lock is taken with the wait spent";
+    EXPECT_EQ(UserDefaults(file).integerForKey("k"), 3);
+    unsetenv("BKGCOLORS_LOCK_TIMEOUT");
+    platform::internal::resetLockWait();
 }
 
 // A folder without write permission stops every user but root; a file size limit stops root too

@@ -64,6 +64,24 @@ class ToolCase(unittest.TestCase):
         return files
 
 
+def binary(objects):
+    """A binary property list of `objects` (the first is the top), with one-byte offsets and
+    references."""
+    body = b"bplist00"
+    offsets = []
+    for item in objects:
+        offsets.append(len(body))
+        body += item
+    table = len(body)
+    return (body + bytes(offsets) + bytes(6) + b"\x01\x01" + len(objects).to_bytes(8, "big") +
+            bytes(8) + table.to_bytes(8, "big"))
+
+
+def xml_dict(value):
+    """An XML property list holding `value` under the key k."""
+    return b"<?xml version='1.0'?><plist><dict><key>k</key>" + value + b"</dict></plist>"
+
+
 EXISTING = {"keep": {"nested": [1, 2.5, b"\x00"]}, "when": datetime.datetime(1999, 12, 31, 23, 59),
             "big": 2**64 - 1}
 
@@ -170,6 +188,30 @@ class BadInputTest(ToolCase):
             with self.subTest(name):
                 self.refused(["import", D, "-"], stdin=plistlib.dumps(value, fmt=fmt))
 
+    def test_import_refusals_say_what_is_wrong_and_where(self):
+        self.make({"k": 1})
+        deep = {}
+        for _ in range(130):
+            deep = {"d": deep}
+        rows = [
+            ("empty file", b"", "it is empty"),
+            ("nested too deep", plistlib.dumps({"top": deep}, fmt=plistlib.FMT_BINARY),
+             "nested deeper than 128 at top/d/d/d"),
+            ("integer past 64 bits", xml_dict(b"<integer>99999999999999999999</integer>"),
+             "line 1: <integer> '99999999999999999999' is not a 64-bit integer at k"),
+            ("offending token", xml_dict(b"<array><integer>12abc</integer></array>"),
+             "'12abc' is not a 64-bit integer at k/0"),
+            ("array holding itself", binary([b"\xd1\x01\x02", b"\x51k", b"\xa1\x02"]),
+             "a dictionary or array that holds itself at k/0"),
+        ]
+        for name, data, reason in rows:
+            with self.subTest(name):
+                before = self.snapshot()
+                code, _, err = self.run_tool("import", D, "-", stdin=data)
+                self.assertEqual((code, err.count("\n")), (2, 1), err)
+                self.assertIn(reason, err)
+                self.assertEqual(self.snapshot(), before)
+
     def test_output_that_cannot_be_written_is_exit_two(self):
         self.make({"k": 1})
         for args in (["read", D], ["export", D, "-"], ["domains"], ["help"]):
@@ -212,6 +254,22 @@ ALL_KINDS_TEXT = """{
 
 
 class ReadTest(ToolCase):
+    def test_texts_print_whole_with_control_characters_escaped(self):
+        self.make({"nul": "a\x00b", "bell": "x\x07", "lines": "one\ttwo\nthree"})
+        for key, shown in [("nul", '"a\\000b"'), ("bell", '"x\\007"'),
+                           ("lines", "one\ttwo\nthree")]:
+            with self.subTest(key):
+                self.assertEqual(self.ok("read", D, key), shown + "\n")
+        self.assertIn('nul = "a\\000b";', self.ok("read", D))
+
+    def test_a_key_repeated_in_a_binary_file_keeps_its_last_value_once(self):
+        # {"k": 1, "k": 2}, written by hand: plistlib writes no such file.
+        os.makedirs(self.config)
+        with open(self.path(), "wb") as f:
+            f.write(binary([b"\xd2\x01\x01\x02\x03", b"\x51k", b"\x10\x01", b"\x10\x02"]))
+        self.assertEqual(self.ok("read", D, "k"), "2\n")
+        self.assertEqual(self.ok("read", D), "{\n    k = 2;\n}\n")
+
     def test_a_domain_prints_as_old_style_text(self):
         for fmt in (plistlib.FMT_BINARY, plistlib.FMT_XML):
             with self.subTest(fmt):
@@ -290,6 +348,17 @@ class ExportImportTest(ToolCase):
         self.assertEqual(plistlib.loads(self.ok("export", D, "-").encode()), ALL_KINDS)
         self.ok("import", "org.copy", out_file)
         self.assertEqual(self.load("org.copy"), ALL_KINDS)
+
+    def test_export_writes_what_other_readers_take_back_exactly(self):
+        values = {"first day": datetime.datetime(1, 1, 1), "last second":
+                  datetime.datetime(9999, 12, 31, 23, 59, 59), "cr": "a\rb\r\n", "amp": "<&>"}
+        self.make(values)
+        xml = self.ok("export", D, "-")
+        self.assertIn("<date>0001-01-01T00:00:00Z</date>", xml)
+        self.assertIn("<string>a&#13;b&#13;\n</string>", xml)
+        self.assertEqual(plistlib.loads(xml.encode()), values)
+        self.ok("import", "org.copy", "-", stdin=xml.encode())
+        self.assertEqual(self.load("org.copy"), values)
 
     def test_import_replaces_the_domain(self):
         for fmt in (plistlib.FMT_BINARY, plistlib.FMT_XML):
