@@ -25,9 +25,10 @@ std::string FailureText(const internal::ReadFailure& failure) {
                : "it is not a property list with a dictionary at the top: " + failure.reason;
 }
 
-std::optional<PropertyValue> Parse(const std::string& bytes, std::string& error) {
+std::optional<PropertyValue> Parse(const std::string& bytes, std::string& error,
+                                   const std::string* onlyKey = nullptr) {
     internal::ReadFailure failure;
-    auto root = internal::ReadPropertyList(bytes, failure);
+    auto root = internal::ReadPropertyList(bytes, failure, onlyKey);
     if (!root)
         error = FailureText(failure);
     return root;
@@ -36,7 +37,7 @@ std::optional<PropertyValue> Parse(const std::string& bytes, std::string& error)
 // The file a change starts from: its tree, or an empty dictionary when it is absent or cannot be
 // parsed. False, with a reason, when it cannot be read or is too large to change.
 bool LoadForChange(const std::string& target, PropertyValue& root, bool& exists, bool& unparsable,
-                   std::string& error) {
+                   std::string& error, const std::string* onlyKey = nullptr) {
     std::string bytes;
     struct stat info;
     const internal::FileRead state = internal::ReadRegularFile(target, bytes, info, error);
@@ -48,7 +49,7 @@ bool LoadForChange(const std::string& target, PropertyValue& root, bool& exists,
     if (!exists)
         return true;
     internal::ReadFailure failure;
-    auto parsed = internal::ReadPropertyList(bytes, failure);
+    auto parsed = internal::ReadPropertyList(bytes, failure, onlyKey);
     if (failure.kind == internal::ReadError::TooLarge) {
         error = failure.reason;
         return false;
@@ -112,7 +113,8 @@ std::optional<std::string> XmlPropertyList(const PropertyValue& root, std::strin
     return internal::WriteXml(root, error);
 }
 
-DefaultsDomain::Status DefaultsDomain::read(PropertyValue& root, std::string& error) const {
+DefaultsDomain::Status DefaultsDomain::read(PropertyValue& root, std::string& error,
+                                            const std::string* onlyKey) const {
     auto target = internal::ResolveStorePath(path_, error);
     if (!target)
         return Status::Failed;
@@ -126,7 +128,7 @@ DefaultsDomain::Status DefaultsDomain::read(PropertyValue& root, std::string& er
     case internal::FileRead::Read:
         break;
     }
-    auto parsed = Parse(bytes, error);
+    auto parsed = Parse(bytes, error, onlyKey);
     if (!parsed)
         return Status::Failed;
     root = std::move(*parsed);
@@ -134,7 +136,8 @@ DefaultsDomain::Status DefaultsDomain::read(PropertyValue& root, std::string& er
 }
 
 DefaultsDomain::Outcome DefaultsDomain::update(const Change& change, std::string& error,
-                                               std::string& notice) {
+                                               std::string& notice,
+                                               const std::string* decidingKey) {
     auto target = internal::ResolveStorePath(path_, error);
     if (!target)
         return Outcome::Failed;
@@ -142,10 +145,11 @@ DefaultsDomain::Outcome DefaultsDomain::update(const Change& change, std::string
     // refused command leaves the disk exactly as it was.
     PropertyValue root;
     bool exists = false, unparsable = false;
-    if (!LoadForChange(*target, root, exists, unparsable, error))
+    if (!LoadForChange(*target, root, exists, unparsable, error, decidingKey))
         return Outcome::Failed;
     if (!change(root, exists))
         return Outcome::Declined;
+    root = PropertyValue(); // decided again under the lock; a big domain is not held twice
 
     // Under the lock the file may have changed since it was first read: decide again on it.
     std::string aside;

@@ -38,9 +38,11 @@ public:
     const std::string& path() const { return path_; }
 
     enum class Status { Missing, Present, Failed };
-    // Reads the file into `root`. Failed, with a one-line reason, when it is not a regular file or
-    // cannot be read or parsed.
-    Status read(PropertyValue& root, std::string& error) const;
+    // Reads the file into `root`, or, given `onlyKey`, reads and checks it whole but keeps only
+    // that key's entry. Failed, with a one-line reason, when it is not a regular file or cannot be
+    // read or parsed.
+    Status read(PropertyValue& root, std::string& error,
+                const std::string* onlyKey = nullptr) const;
 
     // Decides a change: gets the file's tree (an empty dictionary when the file is absent or cannot
     // be parsed) and whether the file exists; returns true to have the changed tree written. It
@@ -48,11 +50,14 @@ public:
     using Change = std::function<bool(PropertyValue& root, bool exists)>;
     enum class Outcome { Written, Declined, Failed };
     // Under the file's lock: reads the file, hands it to `change` and, when that accepts, writes
-    // the result. A change declined on the file as it stands takes no lock and makes nothing. A
-    // file that could not be parsed is first moved aside (reported in `notice`). Failed, with a
-    // reason and the file untouched, when it cannot be read, locked or written, or the result would
-    // pass the size limit.
-    Outcome update(const Change& change, std::string& error, std::string& notice);
+    // the result. A change declined on the file as it stands takes no lock and makes nothing; with
+    // `decidingKey`, that first decision is made on the file's entry of that key alone, which
+    // spares reading a big file whole twice (the change must then depend on no other key to
+    // decline). A file that could not be parsed is first moved aside (reported in `notice`).
+    // Failed, with a reason and the file untouched, when it cannot be read, locked or written, or
+    // the result would pass the size limit.
+    Outcome update(const Change& change, std::string& error, std::string& notice,
+                   const std::string* decidingKey = nullptr);
 
     // Under the file's lock: removes the file. Missing when there was none.
     Status remove(std::string& error);

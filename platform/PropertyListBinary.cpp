@@ -68,8 +68,9 @@ std::string Hex(std::uint64_t value) {
 
 class BinaryReader {
 public:
-    explicit BinaryReader(const std::string& file)
-        : data_(reinterpret_cast<const unsigned char*>(file.data())), fileSize_(file.size()) {}
+    BinaryReader(const std::string& file, const std::string* only)
+        : data_(reinterpret_cast<const unsigned char*>(file.data())), fileSize_(file.size()),
+          only_(only) {}
 
     std::optional<Value> read(ReadFailure& failure) {
         constexpr std::size_t kHeader = 8, kTrailer = 32;
@@ -254,8 +255,12 @@ private:
         out.kind = dict                   ? Value::Kind::Dictionary
                    : (marker >> 4) == 0xA ? Value::Kind::Array
                                           : Value::Kind::Set;
-        out.items.resize(n);
-        written_.addValue(out);
+        // Asked for one key, the reader reads and checks every item of the top dictionary but keeps
+        // only that one; the others pass through one scratch value whose memory is reused.
+        const bool keepOne = only_ && depth == 0 && dict;
+        if (!keepOne)
+            out.items.resize(n);
+        written_.addContainer(n);
         if (!within(dict ? 2 * n : n))
             return false;
         onPath_[ref] = true;
@@ -272,15 +277,44 @@ private:
                 out.keys[i] = std::move(key.bytes);
             }
         }
+        Value wanted;
+        bool found = false;
         for (std::uint64_t i = 0; i < n; ++i) {
             const std::uint64_t at = pos + (dict ? n + i : i) * refSize_;
-            if (!object(BigEndian(data_ + at, refSize_), depth + 1, out.items[i]))
+            Value* into = nullptr;
+            if (!keepOne) {
+                into = &out.items[i];
+            } else if (out.keys[i] == *only_) {
+                wanted = Value(); // a repeated key keeps its last value
+                found = true;
+                into = &wanted;
+            } else {
+                into = &Recycled();
+            }
+            if (!object(BigEndian(data_ + at, refSize_), depth + 1, *into))
                 return Unwind(dict ? out.keys[i] : std::to_string(i));
         }
         onPath_[ref] = false;
-        if (dict)
+        if (keepOne) {
+            out.keys.clear();
+            if (found) {
+                out.keys.push_back(*only_);
+                out.items.push_back(std::move(wanted));
+            }
+        } else if (dict) {
             KeepLastOfEachKey(out);
+        }
         return true;
+    }
+
+    Value& Recycled() {
+        scratch_.kind = Value::Kind::Null;
+        scratch_.wide = false;
+        scratch_.bits = 0;
+        scratch_.bytes.clear();
+        scratch_.items.clear();
+        scratch_.keys.clear();
+        return scratch_;
     }
 
     // The path of a failure is gathered on the way back up, so that a read that succeeds keeps
@@ -294,6 +328,8 @@ private:
     std::size_t fileSize_, end_ = 0;
     unsigned offsetSize_ = 0, refSize_ = 0;
     std::uint64_t count_ = 0, table_ = 0;
+    const std::string* only_;  // the one key of the top dictionary to keep, or null: all
+    Value scratch_;            // where the items not kept are read
     std::vector<bool> onPath_; // the containers being read, to tell a cycle
     BinarySize written_;
     bool tooLarge_ = false;
@@ -303,8 +339,9 @@ private:
 
 } // namespace
 
-std::optional<Value> ReadBinary(const std::string& file, ReadFailure& failure) {
-    return BinaryReader(file).read(failure);
+std::optional<Value> ReadBinary(const std::string& file, ReadFailure& failure,
+                                const std::string* onlyKey) {
+    return BinaryReader(file, onlyKey).read(failure);
 }
 
 } // namespace platform::internal

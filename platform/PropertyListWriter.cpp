@@ -108,11 +108,30 @@ std::string Utf8ToUtf16(const std::string& text, std::uint64_t& units) {
     return out;
 }
 
+// Adds every object of the tree under `value` to `size`; the number of objects.
+std::uint64_t Measure(const Value& value, BinarySize& size) {
+    size.addValue(value);
+    std::uint64_t objects = 1 + value.keys.size();
+    for (const std::string& key : value.keys)
+        size.addKey(key);
+    for (const Value& item : value.items)
+        objects += Measure(item, size);
+    return objects;
+}
+
 class BinaryWriter {
 public:
     explicit BinaryWriter(std::size_t limit) : limit_(limit) {}
 
     std::optional<std::string> write(const Value& root) {
+        // Measured first, so that a tree past the limit is refused before anything is built and
+        // the output is allocated once.
+        BinarySize size;
+        const std::uint64_t count = Measure(root, size);
+        if (size.total() >= limit_)
+            return std::nullopt;
+        objects_.reserve(count);
+        out_.reserve(size.total());
         number(root);
         refSize_ = FewestBytes(objects_.size() - 1);
         out_ = "bplist00";
@@ -121,13 +140,9 @@ public:
         for (const Entry& entry : objects_) {
             offsets.push_back(out_.size());
             entry.key ? text(*entry.key) : encode(*entry.value, entry.refs);
-            if (out_.size() >= limit_)
-                return std::nullopt;
         }
         const std::uint64_t table = out_.size();
         const unsigned offsetSize = FewestBytes(table);
-        if (table + offsets.size() * offsetSize + 32 >= limit_)
-            return std::nullopt;
         for (std::uint64_t offset : offsets)
             PutBigEndian(out_, offset, offsetSize);
         out_.append(6, '\0');
@@ -263,6 +278,11 @@ private:
 void BinarySize::addValue(const Value& value) {
     ++objects_;
     bytes_ += ValueBytes(value);
+}
+
+void BinarySize::addContainer(std::uint64_t count) {
+    ++objects_;
+    bytes_ += HeaderBytes(count);
 }
 
 void BinarySize::addKey(const std::string& key) {

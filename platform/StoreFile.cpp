@@ -116,6 +116,7 @@ FileRead ReadRegularFile(const std::string& path, std::string& bytes, struct sta
         ::close(fd);
         return FileRead::Failed;
     }
+    bytes.reserve(static_cast<std::size_t>(std::min<off_t>(info.st_size, kStoreFileLimit)));
     char buffer[65536];
     while (bytes.size() < kStoreFileLimit) {
         ssize_t n = ::read(fd, buffer, std::min(sizeof buffer, kStoreFileLimit - bytes.size()));

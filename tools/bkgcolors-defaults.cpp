@@ -141,11 +141,12 @@ private:
     }
     std::size_t DomainWords() const { return fixed_ ? 0 : 1; }
 
-    // The domain's tree; exits 1 when it does not exist and 2 when it cannot be read.
-    PropertyValue Load(const Domain& domain) const {
+    // The domain's tree, or only the entry of `onlyKey`; exits 1 when it does not exist and 2 when
+    // it cannot be read.
+    PropertyValue Load(const Domain& domain, const std::string* onlyKey = nullptr) const {
         PropertyValue root;
         std::string error;
-        switch (domain.file.read(root, error)) {
+        switch (domain.file.read(root, error, onlyKey)) {
         case DefaultsDomain::Status::Missing:
             line_.fail("domain " + domain.name + " does not exist", 1);
         case DefaultsDomain::Status::Failed:
@@ -157,13 +158,14 @@ private:
     }
 
     // Runs `change` under the domain's lock. The change returns 0 to have its tree written, or
-    // the exit status to end with, having said why.
-    int Update(Domain& domain, const std::function<int(PropertyValue&, bool)>& change) {
+    // the exit status to end with, having said why; given `key`, it declines on that key alone.
+    int Update(Domain& domain, const std::function<int(PropertyValue&, bool)>& change,
+               const std::string* key = nullptr) {
         int status = 0;
         std::string error, notice;
         const auto outcome = domain.file.update(
             [&](PropertyValue& root, bool exists) { return (status = change(root, exists)) == 0; },
-            error, notice);
+            error, notice, key);
         if (!notice.empty())
             std::fprintf(stderr, "%s: %s\n", line_.program(), notice.c_str());
         if (outcome == DefaultsDomain::Outcome::Failed)
@@ -200,7 +202,7 @@ private:
         const Domain domain = NextDomain();
         const std::optional<std::string> key =
             words_.empty() ? std::nullopt : std::optional<std::string>(Key());
-        const PropertyValue root = Load(domain);
+        const PropertyValue root = Load(domain, key ? &*key : nullptr);
         if (!key) {
             std::printf("%s\n", OldStyleText(root).c_str());
             return 0;
@@ -236,7 +238,7 @@ private:
         Expect("read-type", DomainWords() + 1, DomainWords() + 1, Form("DOMAIN KEY", "KEY"));
         const Domain domain = NextDomain();
         const std::string key = Key();
-        const PropertyValue root = Load(domain);
+        const PropertyValue root = Load(domain, &key);
         const PropertyValue* value = root.find(key);
         if (!value)
             return Missing("key " + key + " does not exist in domain " + domain.name);
@@ -252,29 +254,33 @@ private:
         auto request = ParseWriteRequest(words_, error);
         if (!request)
             line_.fail(error);
-        return Update(domain, [&](PropertyValue& root, bool) {
-            PropertyValue* old = root.find(key);
-            using Mode = WriteRequest::Mode;
-            const auto want = request->mode == Mode::AddToArray ? PropertyValue::Kind::Array
-                                                                : PropertyValue::Kind::Dictionary;
-            if (request->mode == Mode::Replace || !old) {
-                root.set(key, request->value);
+        return Update(
+            domain,
+            [&](PropertyValue& root, bool) {
+                PropertyValue* old = root.find(key);
+                using Mode = WriteRequest::Mode;
+                const auto want = request->mode == Mode::AddToArray
+                                      ? PropertyValue::Kind::Array
+                                      : PropertyValue::Kind::Dictionary;
+                if (request->mode == Mode::Replace || !old) {
+                    root.set(key, request->value);
+                    return 0;
+                }
+                if (old->kind != want) {
+                    std::fprintf(stderr, "%s: the value of %s is of type %s, not %s\n",
+                                 line_.program(), key.c_str(), KindName(*old).c_str(),
+                                 want == PropertyValue::Kind::Array ? "array" : "dictionary");
+                    return 2;
+                }
+                for (std::size_t i = 0; i < request->value.items.size(); ++i) {
+                    if (want == PropertyValue::Kind::Array)
+                        old->items.push_back(request->value.items[i]);
+                    else
+                        old->set(request->value.keys[i], request->value.items[i]);
+                }
                 return 0;
-            }
-            if (old->kind != want) {
-                std::fprintf(stderr, "%s: the value of %s is of type %s, not %s\n", line_.program(),
-                             key.c_str(), KindName(*old).c_str(),
-                             want == PropertyValue::Kind::Array ? "array" : "dictionary");
-                return 2;
-            }
-            for (std::size_t i = 0; i < request->value.items.size(); ++i) {
-                if (want == PropertyValue::Kind::Array)
-                    old->items.push_back(request->value.items[i]);
-                else
-                    old->set(request->value.keys[i], request->value.items[i]);
-            }
-            return 0;
-        });
+            },
+            &key);
     }
 
     int Delete() {
@@ -293,30 +299,36 @@ private:
             return 0;
         }
         const std::string key = Key();
-        return Update(domain, [&](PropertyValue& root, bool exists) {
-            if (!exists)
-                return Missing("domain " + domain.name + " does not exist");
-            if (!root.erase(key))
-                return Missing("key " + key + " does not exist in domain " + domain.name);
-            return 0;
-        });
+        return Update(
+            domain,
+            [&](PropertyValue& root, bool exists) {
+                if (!exists)
+                    return Missing("domain " + domain.name + " does not exist");
+                if (!root.erase(key))
+                    return Missing("key " + key + " does not exist in domain " + domain.name);
+                return 0;
+            },
+            &key);
     }
 
     int Rename() {
         Expect("rename", DomainWords() + 2, DomainWords() + 2, Form("DOMAIN OLD NEW", "OLD NEW"));
         Domain domain = NextDomain();
         const std::string from = Key(), to = Key();
-        return Update(domain, [&](PropertyValue& root, bool exists) {
-            if (!exists)
-                return Missing("domain " + domain.name + " does not exist");
-            PropertyValue* value = root.find(from);
-            if (!value)
-                return Missing("key " + from + " does not exist in domain " + domain.name);
-            PropertyValue moved = std::move(*value);
-            root.erase(from);
-            root.set(to, std::move(moved));
-            return 0;
-        });
+        return Update(
+            domain,
+            [&](PropertyValue& root, bool exists) {
+                if (!exists)
+                    return Missing("domain " + domain.name + " does not exist");
+                PropertyValue* value = root.find(from);
+                if (!value)
+                    return Missing("key " + from + " does not exist in domain " + domain.name);
+                PropertyValue moved = std::move(*value);
+                root.erase(from);
+                root.set(to, std::move(moved));
+                return 0;
+            },
+            &from);
     }
 
     int Export() {

@@ -35,11 +35,15 @@ struct ReadFailure {
 // Reads a binary or XML property list whose top object is a dictionary. An empty file reads as an
 // empty dictionary. Files at or past kStoreFileLimit, or that would write out at or past it, are
 // TooLarge; anything else that cannot be read is Unparsable. A key repeated in a dictionary keeps
-// its first place and its last value. Never encodes: the bound is counted while decoding.
-std::optional<Value> ReadPropertyList(const std::string& file, ReadFailure& failure);
+// its first place and its last value. Never encodes: the bound is counted while decoding. With
+// `onlyKey` the file is read and checked whole, but of the top dictionary only the entry of that
+// key is kept (none when it is absent), which spares a big file's memory.
+std::optional<Value> ReadPropertyList(const std::string& file, ReadFailure& failure,
+                                      const std::string* onlyKey = nullptr);
 
 // Reads a binary property list only (the form WriteBinary makes).
-std::optional<Value> ReadBinary(const std::string& file, ReadFailure& failure);
+std::optional<Value> ReadBinary(const std::string& file, ReadFailure& failure,
+                                const std::string* onlyKey = nullptr);
 // Reads an XML property list only, by the rules of PropertyListXml.cpp.
 std::optional<Value> ReadXml(const std::string& file, ReadFailure& failure);
 
@@ -56,6 +60,8 @@ class BinarySize {
 public:
     void addValue(const Value& value);
     void addKey(const std::string& key);
+    // A container of `count` items, as addValue counts it whatever its items now hold.
+    void addContainer(std::uint64_t count);
     // A text of `units` UTF-16 units or bytes costs at least this; for a check before decoding it.
     static std::uint64_t leastForText(std::uint64_t units) { return 1 + units; }
     // What the file takes at least, whatever is added later.
