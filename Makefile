@@ -75,19 +75,23 @@ test-be:
 BENCH_PROGRAMS := $(basename $(notdir $(wildcard bench/*.cpp)))
 BENCH_REPS     ?= 3
 BENCH_CSV      := $(BUILD)/bench/ratios.csv
-BENCH_PACKAGES := gnuplot-nox
+BENCH_PACKAGES := gnuplot-nox time
 
 bench: deps
 	@./scripts/install-deps $(BENCH_PACKAGES)
 	$(CMAKE) -S . -B $(BUILD_BENCH) -DCMAKE_BUILD_TYPE=Release -DBKGCOLORS_TESTS=OFF -DBKGCOLORS_BENCH=ON
-	$(CMAKE) --build $(BUILD_BENCH) -j$(JOBS) --target $(BENCH_PROGRAMS)
+	$(CMAKE) --build $(BUILD_BENCH) -j$(JOBS) --target $(BENCH_PROGRAMS) bkgcolors-defaults
 	@for b in $(BENCH_PROGRAMS); do \
 		echo "$$b"; \
 		$(BUILD_BENCH)/bin/$$b --benchmark_repetitions=$(BENCH_REPS) \
 			--benchmark_out=$(BUILD_BENCH)/$$b.json --benchmark_out_format=json || exit 1; \
 	done
+	@echo store_bench
+	@python3 bench/store_bench.py --bin $(BUILD_BENCH)/bin --reps $(BENCH_REPS) \
+		--out $(BUILD_BENCH)/store_bench.json
 	@echo
-	@./scripts/bench-report --csv $(BENCH_CSV) $(addprefix $(BUILD_BENCH)/,$(addsuffix .json,$(BENCH_PROGRAMS)))
+	@./scripts/bench-report --csv $(BENCH_CSV) \
+		$(addprefix $(BUILD_BENCH)/,$(addsuffix .json,$(BENCH_PROGRAMS) store_bench))
 
 # The chart of the last `make bench`: each pair's ratio beside its goal.
 bench-chart:
