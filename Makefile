@@ -48,14 +48,18 @@ test: deps
 # 32-bit programs) and on a big-endian host (s390x, cross
 # built and run under qemu-user). The big-endian build has no expat, so it builds and tests the
 # base library only (BKGCOLORS_PLATFORM=OFF); the window is left out of both.
-PACKAGES_32 := g++-multilib libexpat1-dev:i386 libgtest-dev:i386
+PACKAGES_32 := g++-multilib libgtest-dev:i386
+# Unpacked privately rather than installed (see scripts/unpack-i386).
+UNPACKED_32 := libexpat1 libexpat1-dev
 PACKAGES_BE := g++-s390x-linux-gnu qemu-user googletest
 
 test32:
 	@./scripts/add-architecture i386
 	@./scripts/install-deps $(PACKAGES) $(PACKAGES_32)
+	@./scripts/unpack-i386 $(BUILD_32)/i386 $(UNPACKED_32)
 	@./scripts/enable-i386
 	$(CMAKE) -S . -B $(BUILD_32) -DCMAKE_TOOLCHAIN_FILE=cmake/toolchains/i686-linux-gnu.cmake \
+		-DBKGCOLORS_I386_ROOT=$(CURDIR)/$(BUILD_32)/i386 \
 		-DCMAKE_BUILD_TYPE=Debug -DBKGCOLORS_WERROR=ON -DBKGCOLORS_GTK=OFF
 	$(CMAKE) --build $(BUILD_32) -j$(JOBS)
 	cd $(BUILD_32) && ctest --output-on-failure -j$(JOBS)

@@ -8,5 +8,13 @@ set(CMAKE_LIBRARY_ARCHITECTURE i386-linux-gnu)
 set(CMAKE_C_FLAGS_INIT -m32)
 set(CMAKE_CXX_FLAGS_INIT -m32)
 
-# pkg-config must find the i386 libraries' files, not the host's.
-set(ENV{PKG_CONFIG_LIBDIR} /usr/lib/i386-linux-gnu/pkgconfig:/usr/share/pkgconfig)
+# pkg-config must find the i386 libraries' files, not the host's: those unpacked into
+# BKGCOLORS_I386_ROOT (scripts/unpack-i386) first, then the installed ones.
+# The compiler checks read this file again in the same process: they must see the folder too, or
+# they would reset the variable for the whole run.
+list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES BKGCOLORS_I386_ROOT)
+set(_bkg_i386_pc /usr/lib/i386-linux-gnu/pkgconfig:/usr/share/pkgconfig)
+if(BKGCOLORS_I386_ROOT)
+    set(_bkg_i386_pc ${BKGCOLORS_I386_ROOT}/usr/lib/i386-linux-gnu/pkgconfig:${_bkg_i386_pc})
+endif()
+set(ENV{PKG_CONFIG_LIBDIR} ${_bkg_i386_pc})

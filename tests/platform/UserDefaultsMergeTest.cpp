@@ -11,6 +11,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 using platform::UserDefaults;
 using Object = UserDefaults::Object;
@@ -111,6 +112,30 @@ TEST(UserDefaultsMerge, AFileThatLooksUnchangedIsReadAgainUnderTheLock) {
     EXPECT_EQ(reread.integerForKey("theirs"), 2) << "the other process's value was undone";
     EXPECT_EQ(reread.integerForKey("mine"), 5);
     EXPECT_EQ(store.integerForKey("theirs"), 2);
+}
+
+// A file the user has made unreadable since it was read is not written over: the write is
+// refused, the file keeps its contents and mode, and the change stays pending.
+TEST(UserDefaultsMerge, AFileMadeUnreadableSinceItWasReadIsNotWrittenOver) {
+    TempFolder folder;
+    const std::string file = folder / "store.plist";
+    UserDefaults(file).setObject(1, "theirs");
+    const std::string before = ReadBytes(file);
+    UserDefaults store(file);
+    ASSERT_EQ(chmod(file.c_str(), 0), 0);
+    if (access(file.c_str(), R_OK) == 0) {
+        chmod(file.c_str(), 0600);
+        GTEST_SKIP() << "mode 000 does not stop this user from reading";
+    }
+    store.setObject(2, "mine");
+    const std::string said = Stderr([&] { EXPECT_FALSE(store.synchronize()); });
+    EXPECT_NE(said.find("Permission denied"), std::string::npos) << said;
+    struct stat info {};
+    ASSERT_EQ(stat(file.c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 07777, 0u);
+    ASSERT_EQ(chmod(file.c_str(), 0600), 0);
+    EXPECT_EQ(ReadBytes(file), before);
+    EXPECT_EQ(store.integerForKey("mine"), 2) << "the change stays pending";
 }
 
 } // namespace
