@@ -24,17 +24,20 @@ void Answer(GtkWindow* message, std::function<void()> then) {
 GtkWidget* NamedButton(const char* mnemonic, const char* name) {
     GtkWidget* button = gtk_button_new_with_mnemonic(mnemonic);
     gtk_widget_set_name(button, name);
-    // Otherwise assistive technology reads the raw mnemonic text before the label.
+    // GTK names the button with the raw mnemonic text and then again through its label; one
+    // name, as it reads, is what a screen reader should say.
     const char* reads = gtk_label_get_text(GTK_LABEL(gtk_button_get_child(GTK_BUTTON(button))));
     gtk_accessible_update_property(GTK_ACCESSIBLE(button), GTK_ACCESSIBLE_PROPERTY_LABEL, reads,
                                    -1);
+    gtk_accessible_reset_relation(GTK_ACCESSIBLE(button), GTK_ACCESSIBLE_RELATION_LABELLED_BY);
     return button;
 }
 
 GtkWindow* ShowMessage(GtkWindow* owner, const std::string& heading, const std::string& detail,
                        std::vector<MessageChoice> choices, std::function<void()> dismissed) {
-    auto* message = GTK_WINDOW(g_object_new(GTK_TYPE_WINDOW, "accessible-role",
-                                            GTK_ACCESSIBLE_ROLE_ALERT_DIALOG, nullptr));
+    // Alert rather than alert dialog: GTK tells assistive technology the latter as a plain dialog.
+    auto* message = GTK_WINDOW(
+        g_object_new(GTK_TYPE_WINDOW, "accessible-role", GTK_ACCESSIBLE_ROLE_ALERT, nullptr));
     gtk_window_set_title(message, _("Background Colour"));
     if (owner) {
         gtk_window_set_transient_for(message, owner);

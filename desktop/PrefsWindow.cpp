@@ -89,8 +89,9 @@ PrefsWindow::PrefsWindow(GtkApplication* app, platform::PreferencePane& pane,
             gtk_label_set_mnemonic_widget(GTK_LABEL(label), swatch->widget());
             swatch->onPicked([this] { picked_ = true; });
         }
-        gtk_accessible_update_relation(GTK_ACCESSIBLE(swatch->widget()),
-                                       GTK_ACCESSIBLE_RELATION_LABELLED_BY, label, nullptr, -1);
+        // The swatch carries its name itself; being labelled by the label too would say it twice.
+        gtk_accessible_reset_relation(GTK_ACCESSIBLE(swatch->widget()),
+                                      GTK_ACCESSIBLE_RELATION_LABELLED_BY);
         gtk_grid_attach(GTK_GRID(grid), label, 0, row, 1, 1);
         gtk_grid_attach(GTK_GRID(grid), swatch->widget(), 1, row, 1, 1);
         swatches_.emplace_back(outlet, std::move(swatch));
