@@ -65,14 +65,22 @@ PrefsWindow::PrefsWindow(GtkApplication* app, platform::PreferencePane& pane,
     gtk_widget_set_margin_end(box, 24);
     gtk_window_set_child(window_, box);
 
+    // A grid, not a box: a box measures a wrapping label beside a picture wrongly.
+    noticeRow_ = gtk_grid_new();
+    gtk_grid_set_column_spacing(GTK_GRID(noticeRow_), 12);
+    gtk_widget_set_visible(noticeRow_, FALSE);
+    gtk_box_append(GTK_BOX(box), noticeRow_);
+    GtkWidget* sign = gtk_image_new_from_icon_name("dialog-warning-symbolic");
+    gtk_widget_set_valign(sign, GTK_ALIGN_START);
+    gtk_grid_attach(GTK_GRID(noticeRow_), sign, 0, 0, 1, 1);
     notice_ = gtk_label_new("");
     gtk_widget_set_name(notice_, "notice");
     gtk_label_set_wrap(GTK_LABEL(notice_), TRUE);
+    gtk_label_set_width_chars(GTK_LABEL(notice_), 36); // else it is measured one word wide
     gtk_label_set_max_width_chars(GTK_LABEL(notice_), 40);
     gtk_label_set_xalign(GTK_LABEL(notice_), 0.0f);
-    gtk_widget_add_css_class(notice_, "warning");
-    gtk_widget_set_visible(notice_, FALSE);
-    gtk_box_append(GTK_BOX(box), notice_);
+    gtk_widget_set_hexpand(notice_, TRUE);
+    gtk_grid_attach(GTK_GRID(noticeRow_), notice_, 1, 0, 1, 1);
 
     GtkWidget* grid = gtk_grid_new();
     gtk_grid_set_row_spacing(GTK_GRID(grid), 12);
@@ -173,7 +181,7 @@ void PrefsWindow::followStore() {
 }
 
 std::string PrefsWindow::notice() const {
-    return gtk_widget_get_visible(notice_) ? gtk_label_get_text(GTK_LABEL(notice_)) : "";
+    return gtk_widget_get_visible(noticeRow_) ? gtk_label_get_text(GTK_LABEL(notice_)) : "";
 }
 
 // Empty when the colour was stored; otherwise why not.
@@ -211,7 +219,7 @@ void PrefsWindow::showFromWells(bool withNew) {
 
 void PrefsWindow::showProblem(const std::string& problem) {
     if (problem.empty()) {
-        gtk_widget_set_visible(notice_, FALSE);
+        gtk_widget_set_visible(noticeRow_, FALSE);
         return;
     }
     const std::string text =
@@ -220,7 +228,7 @@ void PrefsWindow::showProblem(const std::string& problem) {
             : Fill(_("The stored colour could not be read, so the default colour is shown: %s"),
                    problem);
     gtk_label_set_text(GTK_LABEL(notice_), text.c_str());
-    gtk_widget_set_visible(notice_, TRUE);
+    gtk_widget_set_visible(noticeRow_, TRUE);
 }
 
 bool PrefsWindow::dialogOpen() const {

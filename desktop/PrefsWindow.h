@@ -67,6 +67,7 @@ private:
 
     platform::PreferencePane& pane_;
     GtkWindow* window_ = nullptr;
+    GtkWidget* noticeRow_ = nullptr; // a warning sign and the notice, shown when there is one
     GtkWidget* notice_ = nullptr;
     std::vector<std::pair<std::string, std::unique_ptr<ColourSwatch>>> swatches_; // outlet first
     GFileMonitor* monitor_ = nullptr;

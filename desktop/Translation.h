@@ -1,6 +1,8 @@
 // Translation.h — the window's texts come from the gettext catalogue "bkgcolors-prefs": `_()`
 // marks and translates a text, and UseCatalogues() points gettext at the catalogues installed
 // beside the program (share/locale next to its bin/, in the build tree as once installed).
+//
+// Free functions; nothing is owned or kept but gettext's own state.
 #pragma once
 
 #include <glib/gi18n.h>

@@ -237,7 +237,7 @@ TEST_F(PrefsWindowTest, ChangesMadeElsewhereShowAndAreNotUndoneByClosing) {
         if (row.revertAfter)
             Click(window.window(), "revert");
         StoreElsewhere(Blue);
-        EXPECT_TRUE(Until([&] { return Current(window) == "3366CC/1"; }, 2s))
+        EXPECT_TRUE(Until([&] { return Current(window) == "3366CC/1"; }, 1s))
             << "still shows " << Current(window);
         EXPECT_EQ(New(window), row.newShown);
         gtk_window_close(window.window());
@@ -335,7 +335,7 @@ TEST_F(PrefsWindowTest, StoreProblemsAtStartAreShownInTheWindow) {
 
         std::filesystem::remove_all(file);
         StoreElsewhere(Blue);
-        EXPECT_TRUE(Until([&] { return window.notice().empty(); }, 2s)) << window.notice();
+        EXPECT_TRUE(Until([&] { return window.notice().empty(); }, 1s)) << window.notice();
         EXPECT_EQ(Current(window), "3366CC/1");
     }
 }
