@@ -83,6 +83,7 @@ GtkWindow* ShowMessage(GtkWindow* owner, const std::string& heading, const std::
                          message);
     }
     if (last) {
+        gtk_widget_add_css_class(last, "suggested-action");
         gtk_window_set_default_widget(message, last);
         gtk_widget_grab_focus(last);
     }

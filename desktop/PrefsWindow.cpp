@@ -133,10 +133,10 @@ PrefsWindow::PrefsWindow(GtkApplication* app, platform::PreferencePane& pane,
 }
 
 PrefsWindow::~PrefsWindow() {
-    if (monitor_) {
-        g_signal_handlers_disconnect_by_data(monitor_, this);
-        g_file_monitor_cancel(monitor_);
-        g_object_unref(monitor_);
+    for (auto& [monitor, name] : watches_) {
+        g_signal_handlers_disconnect_by_data(monitor, this);
+        g_file_monitor_cancel(monitor);
+        g_object_unref(monitor);
     }
     g_signal_handlers_disconnect_by_data(window_, this);
     gtk_window_destroy(window_);
@@ -274,40 +274,64 @@ void PrefsWindow::closeWithoutSaving() {
 }
 
 void PrefsWindow::watchStore() {
-    // The store replaces its file by a rename, so the folder is watched rather than the file.
-    const std::string path = UserDefaults::standardUserDefaults().path();
-    GFile* file = g_file_new_for_path(path.c_str());
+    // The store replaces its file by a rename, so the folder is watched rather than the file; a
+    // store that is a link has its target replaced in the target's folder.
+    GFile* file = g_file_new_for_path(UserDefaults::standardUserDefaults().path().c_str());
+    watch(file);
+    GFileInfo* info = g_file_query_info(file, G_FILE_ATTRIBUTE_STANDARD_SYMLINK_TARGET,
+                                        G_FILE_QUERY_INFO_NOFOLLOW_SYMLINKS, nullptr, nullptr);
+    const char* target = info ? g_file_info_get_symlink_target(info) : nullptr;
     GFile* folder = g_file_get_parent(file);
-    gchar* name = g_file_get_basename(file);
-    storeName_ = name ? name : "";
-    g_free(name);
-    GError* error = nullptr;
-    if (folder)
-        monitor_ = g_file_monitor_directory(folder, G_FILE_MONITOR_WATCH_MOVES, nullptr, &error);
-    if (monitor_) {
-        g_signal_connect(monitor_, "changed", G_CALLBACK(OnStoreChanged), this);
-    } else {
-        std::fprintf(stderr,
-                     "bkgcolors-prefs: cannot watch the folder of %s (%s); changes made elsewhere "
-                     "show when the window is opened again\n",
-                     path.c_str(), error ? error->message : "no folder");
+    if (target && folder) {
+        GFile* resolved = g_file_resolve_relative_path(folder, target);
+        watch(resolved);
+        g_object_unref(resolved);
     }
-    g_clear_error(&error);
     if (folder)
         g_object_unref(folder);
+    if (info)
+        g_object_unref(info);
     g_object_unref(file);
 }
 
-void PrefsWindow::OnStoreChanged(GFileMonitor*, GFile* file, GFile* other, GFileMonitorEvent event,
-                                 PrefsWindow* self) {
+void PrefsWindow::watch(GFile* file) {
+    GFile* folder = g_file_get_parent(file);
+    gchar* name = g_file_get_basename(file);
+    GError* error = nullptr;
+    GFileMonitor* monitor =
+        folder ? g_file_monitor_directory(folder, G_FILE_MONITOR_WATCH_MOVES, nullptr, &error)
+               : nullptr;
+    if (monitor) {
+        watches_.emplace_back(monitor, name ? name : "");
+        g_signal_connect(monitor, "changed", G_CALLBACK(OnStoreChanged), this);
+    } else {
+        gchar* path = g_file_get_path(file);
+        std::fprintf(stderr,
+                     "bkgcolors-prefs: cannot watch the folder of %s (%s); changes made elsewhere "
+                     "show when the window is opened again\n",
+                     path ? path : "the store", error ? error->message : "no folder");
+        g_free(path);
+    }
+    g_clear_error(&error);
+    g_free(name);
+    if (folder)
+        g_object_unref(folder);
+}
+
+void PrefsWindow::OnStoreChanged(GFileMonitor* monitor, GFile* file, GFile* other,
+                                 GFileMonitorEvent event, PrefsWindow* self) {
     // A file written in place is read once its writer is done with it.
     if (event == G_FILE_MONITOR_EVENT_CHANGED || event == G_FILE_MONITOR_EVENT_ATTRIBUTE_CHANGED)
         return;
-    auto named = [self](GFile* candidate) {
+    std::string watched;
+    for (const auto& [candidate, name] : self->watches_)
+        if (candidate == monitor)
+            watched = name;
+    auto named = [&watched](GFile* candidate) {
         if (!candidate)
             return false;
         gchar* name = g_file_get_basename(candidate);
-        const bool same = name && self->storeName_ == name;
+        const bool same = name && watched == name;
         g_free(name);
         return same;
     };

@@ -56,7 +56,7 @@ public:
 
 private:
     static gboolean OnCloseRequest(GtkWindow* window, PrefsWindow* self);
-    static void OnStoreChanged(GFileMonitor*, GFile* file, GFile* other, GFileMonitorEvent,
+    static void OnStoreChanged(GFileMonitor* monitor, GFile* file, GFile* other, GFileMonitorEvent,
                                PrefsWindow* self);
     std::string store(); // empty when stored, else why not
     bool dialogOpen() const;
@@ -64,14 +64,16 @@ private:
     void showProblem(const std::string& problem);
     void closeWithoutSaving();
     void watchStore();
+    void watch(GFile* file);
 
     platform::PreferencePane& pane_;
     GtkWindow* window_ = nullptr;
     GtkWidget* noticeRow_ = nullptr; // a warning sign and the notice, shown when there is one
     GtkWidget* notice_ = nullptr;
     std::vector<std::pair<std::string, std::unique_ptr<ColourSwatch>>> swatches_; // outlet first
-    GFileMonitor* monitor_ = nullptr;
-    std::string storeName_;  // the store file's name in the watched folder
+    // The folders the store is replaced in (its own, and its target's when it is a link), each
+    // with the name of the file watched there.
+    std::vector<std::pair<GFileMonitor*, std::string>> watches_;
     bool picked_ = false;    // the person picked a colour that is not stored yet
     bool unsaved_ = false;   // the last store failed: the pane's change waits in the store
     bool discarded_ = false; // the person chose to close without saving

@@ -246,6 +246,23 @@ TEST_F(PrefsWindowTest, ChangesMadeElsewhereShowAndAreNotUndoneByClosing) {
     }
 }
 
+// A store that is a link has its target replaced in the target's folder: that is watched too.
+TEST_F(PrefsWindowTest, StoreThatIsALinkIsFollowedThroughIt) {
+    const std::string file = StandardStore::path();
+    const std::string elsewhere = file + ".d";
+    std::filesystem::create_directory(elsewhere);
+    std::filesystem::remove(file);
+    std::filesystem::create_symlink(elsewhere + "/real.plist", file);
+    StoreElsewhere(Red);
+    pane.didSelect();
+    PrefsWindow window(nullptr, pane, std::nullopt);
+    StoreElsewhere(Blue);
+    EXPECT_TRUE(std::filesystem::is_symlink(file));
+    EXPECT_TRUE(Until([&] { return Current(window) == "3366CC/1"; }, 1s))
+        << "still shows " << Current(window);
+    std::filesystem::remove_all(elsewhere);
+}
+
 TEST_F(PrefsWindowTest, RevertSetsTheNewColourBackToTheCurrentOne) {
     StoreElsewhere(Red);
     pane.didSelect();
