@@ -263,18 +263,6 @@ TEST_F(PrefsWindowTest, StoreThatIsALinkIsFollowedThroughIt) {
     std::filesystem::remove_all(elsewhere);
 }
 
-TEST_F(PrefsWindowTest, RevertSetsTheNewColourBackToTheCurrentOne) {
-    StoreElsewhere(Red);
-    pane.didSelect();
-    PrefsWindow window(nullptr, pane, ParseColour("#3366CC"));
-    gtk_window_present(window.window());
-    ASSERT_EQ(New(window), "3366CC/1");
-    Click(window.window(), "revert");
-    EXPECT_EQ(New(window), "FF0000/1");
-    gtk_window_close(window.window());
-    EXPECT_EQ(Stored(), Red);
-}
-
 // The store refuses the colour on close: the window stays with the reason, and the person either
 // retries once the cause is gone or closes without saving.
 TEST_F(PrefsWindowTest, RefusedStoreOnCloseKeepsTheColourUntilThePersonDecides) {
