@@ -70,7 +70,10 @@ PrefsWindow::PrefsWindow(GtkApplication* app, platform::PreferencePane& pane,
     gtk_grid_set_column_spacing(GTK_GRID(noticeRow_), 12);
     gtk_widget_set_visible(noticeRow_, FALSE);
     gtk_box_append(GTK_BOX(box), noticeRow_);
-    GtkWidget* sign = gtk_image_new_from_icon_name("dialog-warning-symbolic");
+    // The sign only marks the notice for the eye; the notice's text says it all.
+    GtkWidget* sign =
+        GTK_WIDGET(g_object_new(GTK_TYPE_IMAGE, "icon-name", "dialog-warning-symbolic",
+                                "accessible-role", GTK_ACCESSIBLE_ROLE_PRESENTATION, nullptr));
     gtk_widget_set_valign(sign, GTK_ALIGN_START);
     gtk_grid_attach(GTK_GRID(noticeRow_), sign, 0, 0, 1, 1);
     notice_ = gtk_label_new("");
