@@ -15,7 +15,8 @@ FUZZ_SMOKE_SECONDS ?= 3
 CMAKE        ?= cmake
 
 PACKAGES := cmake g++ make pkg-config libexpat1-dev libplist-utils libgtest-dev libbenchmark-dev \
-	libgtk-4-dev libxtst-dev xvfb xauth xdotool desktop-file-utils clang-format python3
+	libgtk-4-dev libxtst-dev xvfb xauth xdotool desktop-file-utils clang-format python3 gettext locales \
+	dbus at-spi2-core python3-gi gir1.2-atspi-2.0
 
 .PHONY: all deps build run test test32 test-be bench bench-chart fuzz memcheck coverage install format clean
 

@@ -1,6 +1,8 @@
 #include "desktop/PrefsWindow.h"
 
 #include "desktop/ColourBytes.h"
+#include "desktop/Controls.h"
+#include "desktop/Translation.h"
 #include "platform/UserDefaults.h"
 
 #include <cstdio>
@@ -8,54 +10,29 @@
 
 namespace {
 
-// The colour button differs by GTK version: GtkColorButton until 4.10 deprecates it for
-// GtkColorDialogButton. Both hand their colour over as GdkRGBA and say when the user picked one.
-#if GTK_CHECK_VERSION(4, 10, 0)
-GtkWidget* NewColourButton(const char* dialogTitle) {
-    GtkColorDialog* dialog = gtk_color_dialog_new();
-    gtk_color_dialog_set_with_alpha(dialog, FALSE);
-    gtk_color_dialog_set_title(dialog, dialogTitle);
-    return gtk_color_dialog_button_new(dialog);
-}
-GdkRGBA ButtonColour(GtkWidget* button) {
-    return *gtk_color_dialog_button_get_rgba(GTK_COLOR_DIALOG_BUTTON(button));
-}
-void SetButtonColour(GtkWidget* button, const GdkRGBA& colour) {
-    gtk_color_dialog_button_set_rgba(GTK_COLOR_DIALOG_BUTTON(button), &colour);
-}
-constexpr const char* PickedSignal = "notify::rgba";
-#else
-GtkWidget* NewColourButton(const char* dialogTitle) {
-    GtkWidget* button = gtk_color_button_new();
-    gtk_color_button_set_title(GTK_COLOR_BUTTON(button), dialogTitle);
-    gtk_color_chooser_set_use_alpha(GTK_COLOR_CHOOSER(button), FALSE);
-    return button;
-}
-GdkRGBA ButtonColour(GtkWidget* button) {
-    GdkRGBA colour;
-    gtk_color_chooser_get_rgba(GTK_COLOR_CHOOSER(button), &colour);
-    return colour;
-}
-void SetButtonColour(GtkWidget* button, const GdkRGBA& colour) {
-    gtk_color_chooser_set_rgba(GTK_COLOR_CHOOSER(button), &colour);
-}
-constexpr const char* PickedSignal = "color-set";
-#endif
+using platform::UserDefaults;
 
-// A colour picked in the chooser can lie between two bytes; the button is moved to the byte colour
-// it shows, so that what is stored is what the person saw.
-void SnapButton(GtkWidget* button) {
-    GdkRGBA picked = ButtonColour(button), shown = SnapToBytes(picked);
-    if (!gdk_rgba_equal(&picked, &shown))
-        SetButtonColour(button, shown);
-}
+// The entry the pane stores its colour under; the window only needs it to take back a change the
+// person chose not to save.
+constexpr const char* ColourKey = "BkgColorsSelectedColor";
 
 std::string LabelFor(const std::string& outlet) {
     if (outlet == PrefsWindow::CurrentOutlet)
-        return "Current colour";
+        return _("Current colour");
     if (outlet == "newColorWell")
-        return "New colour";
+        return _("_New colour");
     return outlet;
+}
+
+// Adds the shortcut `keys` to `widget`, wherever the focus is in its window.
+void AddShortcut(GtkWidget* widget, const char* keys, GtkShortcutAction* action) {
+    GtkEventController* controller = gtk_shortcut_controller_new();
+    gtk_shortcut_controller_set_scope(GTK_SHORTCUT_CONTROLLER(controller),
+                                      GTK_SHORTCUT_SCOPE_GLOBAL);
+    gtk_shortcut_controller_add_shortcut(
+        GTK_SHORTCUT_CONTROLLER(controller),
+        gtk_shortcut_new(gtk_shortcut_trigger_parse_string(keys), action));
+    gtk_widget_add_controller(widget, controller);
 }
 
 } // namespace
@@ -65,17 +42,21 @@ PrefsWindow::PrefsWindow(GtkApplication* app, platform::PreferencePane& pane,
     : pane_(pane) {
     window_ = GTK_WINDOW(gtk_window_new());
     g_object_ref(window_);
-    gtk_window_set_title(window_, "Background Colour");
+    gtk_window_set_title(window_, _("Background Colour"));
     gtk_window_set_resizable(window_, FALSE);
     // The window draws its own title bar, so that its close button is there with any window
     // manager or none.
     gtk_window_set_titlebar(window_, gtk_header_bar_new());
-    if (app) {
+    if (app)
         gtk_window_set_application(window_, app);
-        const char* closeKeys[] = {"<Control>w", nullptr};
-        gtk_application_set_accels_for_action(app, "window.close", closeKeys);
-    }
     g_signal_connect(window_, "close-request", G_CALLBACK(OnCloseRequest), this);
+    AddShortcut(GTK_WIDGET(window_), "<Control>w", gtk_named_action_new("window.close"));
+    auto reverting = +[](GtkWidget*, GVariant*, gpointer self) -> gboolean {
+        static_cast<PrefsWindow*>(self)->revert();
+        return TRUE;
+    };
+    AddShortcut(GTK_WIDGET(window_), "<Control>z",
+                gtk_callback_action_new(reverting, this, nullptr));
 
     GtkWidget* box = gtk_box_new(GTK_ORIENTATION_VERTICAL, 18);
     gtk_widget_set_margin_top(box, 18);
@@ -84,96 +65,173 @@ PrefsWindow::PrefsWindow(GtkApplication* app, platform::PreferencePane& pane,
     gtk_widget_set_margin_end(box, 24);
     gtk_window_set_child(window_, box);
 
+    // A grid, not a box: a box measures a wrapping label beside a picture wrongly.
+    noticeRow_ = gtk_grid_new();
+    gtk_grid_set_column_spacing(GTK_GRID(noticeRow_), 12);
+    gtk_widget_set_visible(noticeRow_, FALSE);
+    gtk_box_append(GTK_BOX(box), noticeRow_);
+    // The sign only marks the notice for the eye; the notice's text says it all.
+    GtkWidget* sign =
+        GTK_WIDGET(g_object_new(GTK_TYPE_IMAGE, "icon-name", "dialog-warning-symbolic",
+                                "accessible-role", GTK_ACCESSIBLE_ROLE_PRESENTATION, nullptr));
+    gtk_widget_set_valign(sign, GTK_ALIGN_START);
+    gtk_grid_attach(GTK_GRID(noticeRow_), sign, 0, 0, 1, 1);
+    notice_ = gtk_label_new("");
+    gtk_widget_set_name(notice_, "notice");
+    gtk_label_set_wrap(GTK_LABEL(notice_), TRUE);
+    gtk_label_set_width_chars(GTK_LABEL(notice_), 36); // else it is measured one word wide
+    gtk_label_set_max_width_chars(GTK_LABEL(notice_), 40);
+    gtk_label_set_xalign(GTK_LABEL(notice_), 0.0f);
+    gtk_widget_set_hexpand(notice_, TRUE);
+    gtk_grid_attach(GTK_GRID(noticeRow_), notice_, 1, 0, 1, 1);
+
     GtkWidget* grid = gtk_grid_new();
     gtk_grid_set_row_spacing(GTK_GRID(grid), 12);
     gtk_grid_set_column_spacing(GTK_GRID(grid), 18);
     gtk_box_append(GTK_BOX(box), grid);
     int row = 0;
     for (const std::string& outlet : pane_.colorWellOutlets()) {
-        const std::string text = LabelFor(outlet);
-        GtkWidget* label = gtk_label_new(text.c_str());
+        const bool current = outlet == CurrentOutlet;
+        GtkWidget* label = gtk_label_new_with_mnemonic(LabelFor(outlet).c_str());
         gtk_label_set_xalign(GTK_LABEL(label), 0.0f);
-        GtkWidget* button = NewColourButton(text.c_str());
-        gtk_widget_set_name(button, outlet.c_str());
-        gtk_widget_set_size_request(button, 96, 40);
-        gtk_accessible_update_relation(GTK_ACCESSIBLE(button), GTK_ACCESSIBLE_RELATION_LABELLED_BY,
-                                       label, nullptr, -1);
-        if (outlet == CurrentOutlet) {
-            // Shown as it is, not dimmed as an insensitive button would be, but out of reach of
-            // the pointer and the keyboard.
-            gtk_widget_set_can_target(button, FALSE);
-            gtk_widget_set_can_focus(button, FALSE);
-        } else {
-            g_signal_connect_swapped(button, PickedSignal, G_CALLBACK(SnapButton), button);
+        auto swatch =
+            std::make_unique<ColourSwatch>(outlet, gtk_label_get_text(GTK_LABEL(label)), !current);
+        if (!current) {
+            gtk_label_set_mnemonic_widget(GTK_LABEL(label), swatch->widget());
+            swatch->onPicked([this] { picked_ = true; });
         }
+        // The swatch carries its name itself; being labelled by the label too would say it twice.
+        gtk_accessible_reset_relation(GTK_ACCESSIBLE(swatch->widget()),
+                                      GTK_ACCESSIBLE_RELATION_LABELLED_BY);
         gtk_grid_attach(GTK_GRID(grid), label, 0, row, 1, 1);
-        gtk_grid_attach(GTK_GRID(grid), button, 1, row, 1, 1);
-        buttons_.emplace_back(outlet, button);
+        gtk_grid_attach(GTK_GRID(grid), swatch->widget(), 1, row, 1, 1);
+        swatches_.emplace_back(outlet, std::move(swatch));
         ++row;
     }
-    showButtonsFromWells();
+    showFromWells(true);
     if (picked) {
-        GdkRGBA colour = RgbaFromWell(*picked);
-        for (auto& [outlet, button] : buttons_)
+        const GdkRGBA colour = RgbaFromWell(*picked);
+        for (auto& [outlet, swatch] : swatches_)
             if (outlet != CurrentOutlet)
-                SetButtonColour(button, colour);
+                swatch->setColour(colour);
+        picked_ = true;
     }
 
-    GtkWidget* apply = gtk_button_new_with_mnemonic("_Apply");
-    gtk_widget_set_name(apply, "apply");
-    gtk_widget_set_halign(apply, GTK_ALIGN_END);
-    gtk_box_append(GTK_BOX(box), apply);
+    GtkWidget* buttons = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 12);
+    gtk_widget_set_halign(buttons, GTK_ALIGN_END);
+    gtk_box_append(GTK_BOX(box), buttons);
+    GtkWidget* revert = NamedButton(_("_Revert"), "revert");
+    gtk_widget_set_tooltip_text(revert, _("Sets the new colour back to the current one (Ctrl+Z)"));
+    gtk_box_append(GTK_BOX(buttons), revert);
+    g_signal_connect_swapped(revert, "clicked",
+                             G_CALLBACK(+[](PrefsWindow* self) { self->revert(); }), this);
+    GtkWidget* apply = NamedButton(_("_Apply"), "apply");
+    gtk_box_append(GTK_BOX(buttons), apply);
     g_signal_connect_swapped(apply, "clicked",
                              G_CALLBACK(+[](PrefsWindow* self) { self->apply(); }), this);
     gtk_window_set_default_widget(window_, apply);
+
+    showProblem(UserDefaults::standardUserDefaults().lastProblem());
+    watchStore();
 }
 
 PrefsWindow::~PrefsWindow() {
+    for (auto& [monitor, name] : watches_) {
+        g_signal_handlers_disconnect_by_data(monitor, this);
+        g_file_monitor_cancel(monitor);
+        g_object_unref(monitor);
+    }
     g_signal_handlers_disconnect_by_data(window_, this);
     gtk_window_destroy(window_);
     g_object_unref(window_);
 }
 
-GtkWidget* PrefsWindow::button(const std::string& outlet) const {
-    for (const auto& [name, button] : buttons_)
+ColourSwatch* PrefsWindow::swatch(const std::string& outlet) const {
+    for (const auto& [name, swatch] : swatches_)
         if (name == outlet)
-            return button;
+            return swatch.get();
     return nullptr;
 }
 
 bool PrefsWindow::apply() {
-    return store(false);
+    const std::string why = store();
+    if (why.empty())
+        return true;
+    ShowMessage(
+        window_, _("The colour could not be stored"),
+        Fill(_("%s\nThe colour picked is kept: Apply or close the window to try again."), why),
+        {{_("_Close"), "close", {}}});
+    return false;
 }
 
-bool PrefsWindow::store(bool closeAfterError) {
+void PrefsWindow::revert() {
+    const GdkRGBA current = swatch(CurrentOutlet)->colour();
+    for (auto& [outlet, swatch] : swatches_)
+        if (outlet != CurrentOutlet)
+            swatch->setColour(current);
+    picked_ = false;
+}
+
+void PrefsWindow::followStore() {
     try {
-        for (const auto& [outlet, button] : buttons_)
+        pane_.didSelect();
+    } catch (const std::exception& e) {
+        showProblem(Fill(_("The pane failed: %s"), e.what()));
+        return;
+    }
+    showFromWells(!picked_);
+    showProblem(UserDefaults::standardUserDefaults().lastProblem());
+}
+
+std::string PrefsWindow::notice() const {
+    return gtk_widget_get_visible(noticeRow_) ? gtk_label_get_text(GTK_LABEL(notice_)) : "";
+}
+
+// Empty when the colour was stored; otherwise why not.
+std::string PrefsWindow::store() {
+    // An untouched new colour is whatever the store holds now, never what it held earlier.
+    if (!picked_)
+        followStore();
+    auto& defaults = UserDefaults::standardUserDefaults();
+    try {
+        for (const auto& [outlet, swatch] : swatches_)
             if (outlet != CurrentOutlet)
-                pane_.colorWell(outlet)->setColor(WellFromRgba(ButtonColour(button)));
+                pane_.colorWell(outlet)->setColor(WellFromRgba(swatch->colour()));
         pane_.didUnselect();
     } catch (const std::exception& e) {
         std::fprintf(stderr, "bkgcolors-prefs: the pane failed: %s\n", e.what());
-        showError("The colour could not be stored", std::string("The pane failed: ") + e.what(),
-                  closeAfterError);
-        return false;
+        return Fill(_("The pane failed: %s"), e.what());
     }
-    // The store has already said on stderr why it could not write; the change stays pending.
-    auto& defaults = platform::UserDefaults::standardUserDefaults();
+    // The store has said on stderr why it could not write; the change waits in it.
     if (!defaults.synchronize()) {
-        showError("The colour could not be stored",
-                  "The file " + defaults.path() +
-                      " could not be written. The colour is kept and stored at the next try.",
-                  closeAfterError);
-        return false;
+        unsaved_ = true;
+        showProblem(defaults.lastProblem());
+        return defaults.lastProblem();
     }
-    pane_.didSelect();
-    showButtonsFromWells();
-    return true;
+    unsaved_ = false;
+    picked_ = false;
+    followStore();
+    return "";
 }
 
-void PrefsWindow::showButtonsFromWells() {
-    for (const auto& [outlet, button] : buttons_)
-        SetButtonColour(button, RgbaFromWell(pane_.colorWell(outlet)->color()));
+void PrefsWindow::showFromWells(bool withNew) {
+    for (const auto& [outlet, swatch] : swatches_)
+        if (withNew || outlet == CurrentOutlet)
+            swatch->setColour(RgbaFromWell(pane_.colorWell(outlet)->color()));
+}
+
+void PrefsWindow::showProblem(const std::string& problem) {
+    if (problem.empty()) {
+        gtk_widget_set_visible(noticeRow_, FALSE);
+        return;
+    }
+    const std::string text =
+        unsaved_
+            ? Fill(_("The colour picked is not stored yet: %s"), problem)
+            : Fill(_("The stored colour could not be read, so the default colour is shown: %s"),
+                   problem);
+    gtk_label_set_text(GTK_LABEL(notice_), text.c_str());
+    gtk_widget_set_visible(noticeRow_, TRUE);
 }
 
 bool PrefsWindow::dialogOpen() const {
@@ -189,55 +247,97 @@ bool PrefsWindow::dialogOpen() const {
 }
 
 gboolean PrefsWindow::OnCloseRequest(GtkWindow*, PrefsWindow* self) {
-    if (self->closing_)
+    if (self->outcome_ != Outcome::Open)
         return FALSE;
     // The person is still choosing: the chooser (or a message) answers first.
     if (self->dialogOpen())
         return TRUE;
-    if (!self->store(true)) {
-        self->failed_ = true;
-        self->closing_ = true;
-        return TRUE; // the error dialog closes the window once read
+    const std::string why = self->store();
+    if (why.empty()) {
+        self->outcome_ = Outcome::Stored;
+        return self->pane_.windowWillClose() ? FALSE : TRUE;
     }
-    return self->pane_.windowWillClose() ? FALSE : TRUE;
-}
-
-gboolean PrefsWindow::OnErrorRead(GtkWindow* dialog, PrefsWindow* self) {
-    bool closeAfter = g_object_get_data(G_OBJECT(dialog), "close-after") != nullptr;
-    gtk_window_destroy(dialog);
-    if (closeAfter)
-        gtk_window_close(self->window_);
+    ShowMessage(self->window_, _("The colour could not be stored"),
+                Fill(_("%s\nRetry once that is put right, or close without saving the colour "
+                       "picked."),
+                     why),
+                {{_("Close _Without Saving"), "discard", [self] { self->closeWithoutSaving(); }},
+                 {_("_Retry"), "retry", [self] { gtk_window_close(self->window_); }}});
     return TRUE;
 }
 
-void PrefsWindow::showError(const std::string& primary, const std::string& detail,
-                            bool closeAfter) {
-    GtkWindow* dialog = GTK_WINDOW(gtk_window_new());
-    gtk_window_set_title(dialog, "Background Colour");
-    gtk_window_set_transient_for(dialog, window_);
-    gtk_window_set_modal(dialog, TRUE);
-    gtk_window_set_destroy_with_parent(dialog, TRUE);
-    gtk_window_set_resizable(dialog, FALSE);
+void PrefsWindow::closeWithoutSaving() {
+    // The store keeps a change it could not write and tries again at exit; putting back what the
+    // file holds leaves it nothing of the person's to write.
+    auto& defaults = UserDefaults::standardUserDefaults();
+    UserDefaults file(defaults.path());
+    defaults.setObject(file.objectForKey(ColourKey), ColourKey);
+    outcome_ = Outcome::Discarded;
+    gtk_window_close(window_);
+}
 
-    GtkWidget* box = gtk_box_new(GTK_ORIENTATION_VERTICAL, 12);
-    gtk_widget_set_margin_top(box, 18);
-    gtk_widget_set_margin_bottom(box, 18);
-    gtk_widget_set_margin_start(box, 24);
-    gtk_widget_set_margin_end(box, 24);
-    gtk_window_set_child(dialog, box);
-    GtkWidget* heading = gtk_label_new(primary.c_str());
-    gtk_widget_add_css_class(heading, "title-4");
-    gtk_box_append(GTK_BOX(box), heading);
-    GtkWidget* body = gtk_label_new(detail.c_str());
-    gtk_label_set_wrap(GTK_LABEL(body), TRUE);
-    gtk_label_set_max_width_chars(GTK_LABEL(body), 50);
-    gtk_box_append(GTK_BOX(box), body);
-    GtkWidget* close = gtk_button_new_with_mnemonic("_Close");
-    gtk_widget_set_halign(close, GTK_ALIGN_END);
-    gtk_box_append(GTK_BOX(box), close);
-    gtk_window_set_default_widget(dialog, close);
-    g_signal_connect_swapped(close, "clicked", G_CALLBACK(gtk_window_close), dialog);
-    g_object_set_data(G_OBJECT(dialog), "close-after", GINT_TO_POINTER(closeAfter));
-    g_signal_connect(dialog, "close-request", G_CALLBACK(OnErrorRead), this);
-    gtk_window_present(dialog);
+void PrefsWindow::watchStore() {
+    // The store replaces its file by a rename, so the folder is watched rather than the file; a
+    // store that is a link has its target replaced in the target's folder.
+    GFile* file = g_file_new_for_path(UserDefaults::standardUserDefaults().path().c_str());
+    watch(file);
+    GFileInfo* info = g_file_query_info(file, G_FILE_ATTRIBUTE_STANDARD_SYMLINK_TARGET,
+                                        G_FILE_QUERY_INFO_NOFOLLOW_SYMLINKS, nullptr, nullptr);
+    const char* target = info ? g_file_info_get_symlink_target(info) : nullptr;
+    GFile* folder = g_file_get_parent(file);
+    if (target && folder) {
+        GFile* resolved = g_file_resolve_relative_path(folder, target);
+        watch(resolved);
+        g_object_unref(resolved);
+    }
+    if (folder)
+        g_object_unref(folder);
+    if (info)
+        g_object_unref(info);
+    g_object_unref(file);
+}
+
+void PrefsWindow::watch(GFile* file) {
+    GFile* folder = g_file_get_parent(file);
+    gchar* name = g_file_get_basename(file);
+    GError* error = nullptr;
+    GFileMonitor* monitor =
+        folder ? g_file_monitor_directory(folder, G_FILE_MONITOR_WATCH_MOVES, nullptr, &error)
+               : nullptr;
+    if (monitor) {
+        watches_.emplace_back(monitor, name ? name : "");
+        g_signal_connect(monitor, "changed", G_CALLBACK(OnStoreChanged), this);
+    } else {
+        gchar* path = g_file_get_path(file);
+        std::fprintf(stderr,
+                     "bkgcolors-prefs: cannot watch the folder of %s (%s); changes made elsewhere "
+                     "show when the window is opened again\n",
+                     path ? path : "the store", error ? error->message : "no folder");
+        g_free(path);
+    }
+    g_clear_error(&error);
+    g_free(name);
+    if (folder)
+        g_object_unref(folder);
+}
+
+void PrefsWindow::OnStoreChanged(GFileMonitor* monitor, GFile* file, GFile* other,
+                                 GFileMonitorEvent event, PrefsWindow* self) {
+    // A file written in place is read once its writer is done with it.
+    if (event == G_FILE_MONITOR_EVENT_CHANGED || event == G_FILE_MONITOR_EVENT_ATTRIBUTE_CHANGED)
+        return;
+    std::string watched;
+    for (const auto& [candidate, name] : self->watches_)
+        if (candidate == monitor)
+            watched = name;
+    auto named = [&watched](GFile* candidate) {
+        if (!candidate)
+            return false;
+        gchar* name = g_file_get_basename(candidate);
+        const bool same = name && watched == name;
+        g_free(name);
+        return same;
+    };
+    if (named(file) || named(other))
+        self->followStore();
 }

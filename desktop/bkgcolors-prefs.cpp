@@ -1,8 +1,10 @@
 // bkgcolors-prefs — the desktop host of the background colour pane: loads the pane module, shows
-// the pane in a window with a colour button per well, and stores the colour picked on Apply and
-// when the window closes.
+// the pane in a window with a swatch per well, and stores the colour picked on Apply and when the
+// window closes.
 
+#include "desktop/Controls.h"
 #include "desktop/PrefsWindow.h"
+#include "desktop/Translation.h"
 #include "platform/PaneBundle.h"
 #include "platform/UserDefaults.h"
 #include "platform/View.h"
@@ -24,11 +26,12 @@ constexpr const char* Usage =
     "usage: bkgcolors-prefs [--plugin PATH] [--defaults FILE] [--color COLOUR]\n"
     "       bkgcolors-prefs -h | --help | --version\n"
     "Opens the background colour pane in a window; Apply or closing the window stores the\n"
-    "new colour.\n"
+    "new colour, and the window follows changes made to the store elsewhere.\n"
     "  --color COLOUR   preselects the new colour: #RRGGBB, #RGB, rgb(R, G, B) or R,G,B\n"
     "  --plugin PATH    the pane module to load (default: the one installed with the program)\n"
     "  --defaults FILE  the defaults file to use instead of the user's\n"
-    "Exit status: 0 done, 1 the pane, the store or the display failed, 2 bad arguments.\n";
+    "Exit status: 0 the colour shown was stored, 1 the pane or the display failed, 2 bad\n"
+    "arguments, 3 the store refused the colour and the window was closed without saving it.\n";
 
 struct Options {
     std::string plugin;
@@ -48,7 +51,7 @@ Options ParseOptions(const CommandLine& line) {
     }
     if (line.has("--color")) {
         std::string why;
-        options.colour = ParseColour(line.value("--color"), &why);
+        options.colour = ParseColour(line.value("--color"), &why, nullptr);
         if (!options.colour)
             line.fail(why);
     }
@@ -67,22 +70,39 @@ void Activate(GtkApplication* app, Session* session) {
     gtk_window_present(session->window->window());
 }
 
+// Ends the program with status 1 after saying why: the line on stderr, and, for a person who
+// started the program from a desktop menu and sees no terminal, a message window when there is a
+// display.
+[[noreturn]] void FailShown(const CommandLine& line, const std::string& heading,
+                            const std::string& why) {
+    std::fprintf(stderr, "%s: %s\n", line.program(), why.c_str());
+    if (gtk_init_check()) {
+        ShowMessage(nullptr, heading, why, {{_("_Close"), "close", {}}});
+        GListModel* toplevels = gtk_window_get_toplevels();
+        while (g_list_model_get_n_items(toplevels) > 0)
+            g_main_context_iteration(nullptr, TRUE);
+    }
+    std::exit(1);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
+    UseCatalogues();
     CommandLine line("bkgcolors-prefs", Usage);
     line.read(argc, argv, {"--plugin", "--defaults", "--color"}, false);
     const Options options = ParseOptions(line);
     if (options.defaults && !platform::UserDefaults::setStandardPath(*options.defaults))
         line.fail("the defaults file could not be chosen", 1);
 
+    const std::string cannotOpen = _("The background colour pane could not be opened");
     std::string error;
     auto bundle = platform::PaneBundle::load(options.plugin, error);
     if (!bundle)
-        line.fail(error, 1);
+        FailShown(line, cannotOpen, error);
     platform::PaneBundle::PanePtr pane = bundle->instantiate();
     if (!pane)
-        line.fail("pane plug-in " + options.plugin + " made no pane", 1);
+        FailShown(line, cannotOpen, "pane plug-in " + options.plugin + " made no pane");
 
     if (!gtk_init_check())
         line.fail("cannot open a display (set DISPLAY or WAYLAND_DISPLAY)", 1);
@@ -93,7 +113,7 @@ int main(int argc, char** argv) {
         pane->mainViewDidLoad();
         pane->didSelect();
     } catch (const std::exception& e) {
-        line.fail(std::string("the pane failed: ") + e.what(), 1);
+        FailShown(line, cannotOpen, std::string("the pane failed: ") + e.what());
     }
 
     // Several windows may be open at once, each on its own pane; none hands over to another.
@@ -103,8 +123,9 @@ int main(int argc, char** argv) {
     g_signal_connect(app, "activate", G_CALLBACK(Activate), &session);
     // The program's own options are read above; GApplication would refuse them.
     int status = g_application_run(G_APPLICATION(app), 1, argv);
-    bool failed = session.window && session.window->failed();
+    const bool discarded =
+        session.window && session.window->outcome() == PrefsWindow::Outcome::Discarded;
     session.window.reset();
     g_object_unref(app);
-    return status != 0 || failed ? 1 : 0;
+    return status != 0 ? 1 : discarded ? 3 : 0;
 }

@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr const char kForms[] = "use #RRGGBB, #RGB, rgb(R, G, B), R,G,B or --white W";
+constexpr const char kForms[] = "use #RRGGBB, #RGB, rgb(R, G, B)";
 
 // The parts of `text` between commas, each without its surrounding spaces.
 std::vector<std::string> Parts(const std::string& text) {
@@ -101,7 +101,8 @@ std::optional<float> ParseComponent(const std::string& text) {
     return static_cast<float>(value);
 }
 
-std::optional<platform::Color> ParseColour(const std::string& text, std::string* why) {
+std::optional<platform::Color> ParseColour(const std::string& text, std::string* why,
+                                           const char* whiteOption) {
     std::optional<std::vector<float>> components;
     if (!text.empty() && text[0] == '#')
         components = HexComponents(text.substr(1));
@@ -111,7 +112,8 @@ std::optional<platform::Color> ParseColour(const std::string& text, std::string*
         components = DecimalComponents(text);
     if (!components) {
         if (why)
-            *why = "unrecognised colour '" + text + "' (" + kForms + ")";
+            *why = "unrecognised colour '" + text + "' (" + kForms +
+                   (whiteOption ? std::string(", R,G,B or ") + whiteOption : " or R,G,B") + ")";
         return std::nullopt;
     }
     if (components->size() == 4 && (*components)[3] != 1.0f) {

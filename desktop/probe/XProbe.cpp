@@ -10,6 +10,16 @@
 
 namespace {
 
+XErrorHandler gOtherErrors = nullptr;
+
+// The windows looked at belong to other programs and may be gone by the time they are asked
+// about: that is an answer (nothing there), not a reason to end the program that asks.
+int IgnoreVanishedWindows(Display* display, XErrorEvent* error) {
+    if (error->error_code == BadWindow)
+        return 0;
+    return gOtherErrors ? gOtherErrors(display, error) : 0;
+}
+
 // One property of a window as bytes, items of `format` bits; empty when absent.
 std::vector<unsigned char> Property(Display* display, Window window, const char* name, Atom type,
                                     int& format, unsigned long& items) {
@@ -42,6 +52,9 @@ long CardinalProperty(Display* display, Window window, const char* name, long ab
 XProbe::XProbe(const std::string& display) : display_(XOpenDisplay(display.c_str())) {
     if (!display_)
         throw std::runtime_error("cannot open display " + display);
+    XErrorHandler before = XSetErrorHandler(IgnoreVanishedWindows);
+    if (before != IgnoreVanishedWindows)
+        gOtherErrors = before;
 }
 
 XProbe::~XProbe() {

@@ -3,7 +3,8 @@
 // window manager sends. The display tests and the demo's screenshot use it.
 //
 // Ownership: owns its connection to the display, closed when the probe goes away. Images are
-// plain values. Copying: not copyable.
+// plain values. Invariant: a window that vanishes while it is looked at answers as absent, never
+// ends the program. Copying: not copyable.
 #pragma once
 
 #include <chrono>

@@ -15,6 +15,7 @@ constexpr const char* Usage =
     "  wait-colour RRGGBB [COUNT]  wait until COUNT areas (default 1) of that colour are shown\n"
     "  shot PID FILE               save the main window of process PID as PNG\n"
     "  close PID                   ask the main window of process PID to close\n"
+    "  screen FILE                 save the whole screen as PNG (dialogs included)\n"
     "The display is $DISPLAY; every wait ends after the timeout (default 30 s) with status 1.\n";
 
 [[noreturn]] void Fail(int status, const std::string& message) {
@@ -60,6 +61,13 @@ int main(int argc, char** argv) {
                     return long(XProbe::findColour(probe.screenshot(), rgb, 8).size()) >= count;
                 }))
                 Fail(1, std::string("colour ") + argv[i] + " not shown in time");
+            return 0;
+        }
+        if (command == "screen" && rest == 1) {
+            const XProbe::Image screen = probe.screenshot();
+            std::string error;
+            if (!XProbe::savePng(screen, {0, 0, screen.width, screen.height}, argv[i], error))
+                Fail(1, std::string(argv[i]) + ": " + error);
             return 0;
         }
         if ((command == "shot" && rest == 2) || (command == "close" && rest == 1)) {

@@ -91,9 +91,10 @@ protected:
     }
     // The swatches of the colours `wanted` from top to bottom, once the screen shows exactly those
     // colours in that order; empty when it does not in time (the last seen is traced).
-    std::vector<XProbe::Rect> Swatches(const std::vector<std::uint32_t>& wanted) {
+    std::vector<XProbe::Rect> Swatches(const std::vector<std::uint32_t>& wanted,
+                                       std::chrono::milliseconds limit = 20s) {
         std::vector<std::pair<XProbe::Rect, std::uint32_t>> seen;
-        bool shown = WaitFor(20s, [&] {
+        bool shown = WaitFor(limit, [&] {
             const XProbe::Image screen = probe->screenshot();
             seen.clear();
             for (std::uint32_t rgb : std::set<std::uint32_t>(wanted.begin(), wanted.end()))
@@ -205,22 +206,92 @@ TEST_F(PrefsProgramTest, ColourPickedWithTheMouseIsShownStoredAndShownAgain) {
     EXPECT_EQ(Close(*again), 0) << again->errors();
 }
 
-TEST_F(PrefsProgramTest, RefusedStoreIsShownAndEndsWithStatusOne) {
-    WriteBytes(folder / "blocker", "a file where a folder should be");
-    auto program = std::make_unique<PrefsProgram>(
-        folder, std::vector<std::string>{"--plugin", plugin, "--defaults",
-                                         folder / "blocker/defaults.plist", "--color", "#3366CC"});
-    ASSERT_EQ(Swatches({Grey, Blue}).size(), 2u) << program->errors();
-    XProbe::Window main = probe->mainWindowOf(program->pid());
-    ASSERT_TRUE(probe->requestClose(main));
-    auto message = Dialogs(program->pid(), 1);
-    ASSERT_EQ(message.size(), 1u) << "the failure is shown in the window";
-    EXPECT_TRUE(program->running());
-    ASSERT_TRUE(probe->requestClose(message[0]));
-    EXPECT_EQ(program->finish(), 1);
-    const std::string said = program->errors();
+// The store refuses the colour on close: the program stays with a message until the person
+// retries (once the cause is gone) or closes without saving, and its exit status says which.
+TEST_F(PrefsProgramTest, RefusedStoreKeepsTheWindowUntilThePersonDecides) {
+    const struct {
+        const char* name;
+        bool putRight;   // the blocking file is replaced by the folder the store needs
+        const char* key; // Alt+R: Retry, Alt+W: Close Without Saving
+        int status;
+        int stored;
+    } rows[] = {
+        {"retry once put right", true, "r", 0, 13395507},
+        {"close without saving", false, "w", 3, -1},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        std::filesystem::remove_all(folder / "blocker");
+        WriteBytes(folder / "blocker", "a file where a folder should be");
+        const std::string file = folder / "blocker/defaults.plist";
+        PrefsProgram program(folder,
+                             {"--plugin", plugin, "--defaults", file, "--color", "#3366CC"});
+        ASSERT_EQ(Swatches({Grey, Blue}).size(), 2u) << program.errors();
+        ASSERT_TRUE(probe->requestClose(probe->mainWindowOf(program.pid())));
+        auto message = Dialogs(program.pid(), 1);
+        ASSERT_EQ(message.size(), 1u) << "the failure is shown in the window";
+        ASSERT_TRUE(probe->requestClose(message[0])); // dismissed: nothing is decided
+        ASSERT_TRUE(Dialogs(program.pid(), 0).empty());
+        ASSERT_NE(probe->mainWindowOf(program.pid()), 0u) << "the colour is not dropped";
+
+        ASSERT_TRUE(probe->requestClose(probe->mainWindowOf(program.pid())));
+        ASSERT_EQ((message = Dialogs(program.pid(), 1)).size(), 1u);
+        if (row.putRight) {
+            std::filesystem::remove(folder / "blocker");
+            std::filesystem::create_directory(folder / "blocker");
+        }
+        const XProbe::Rect at = probe->geometry(message[0]);
+        probe->shortcut(at.centreX(), at.centreY(), "Alt_L", row.key);
+        EXPECT_EQ(program.finish(), row.status) << program.errors();
+        const std::string said = program.errors();
+        EXPECT_EQ(Lines(said), 1) << said;
+        if (row.putRight)
+            EXPECT_EQ(platform::UserDefaults(file).integerForKey("BkgColorsSelectedColor"),
+                      row.stored);
+        else
+            EXPECT_EQ(ReadBytes(folder / "blocker"), "a file where a folder should be");
+    }
+}
+
+// A colour stored by another window shows in this one within a second, and closing this one
+// afterwards keeps it.
+TEST_F(PrefsProgramTest, TwoWindowsOnOneStoreDoNotUndoEachOther) {
+    auto first = Start({});
+    ASSERT_EQ(Swatches({Grey, Grey}).size(), 2u) << first->errors();
+    auto second = Start({"--color", "#3366CC"});
+    ASSERT_EQ(Swatches({Grey, Blue}).size(), 2u) << second->errors();
+    ASSERT_EQ(Close(*second), 0) << second->errors();
+    EXPECT_EQ(Stored(), 13395507);
+    EXPECT_EQ(Swatches({Blue, Blue}, 1s).size(), 2u) << "the first window follows the store";
+    ASSERT_EQ(Close(*first), 0) << first->errors();
+    EXPECT_EQ(Stored(), 13395507) << "closing the untouched window keeps the newer colour";
+}
+
+TEST_F(PrefsProgramTest, CtrlZRevertsThePickToTheCurrentColour) {
+    auto program = Start({"--color", "#3366CC"});
+    auto swatches = Swatches({Grey, Blue});
+    ASSERT_EQ(swatches.size(), 2u) << program->errors();
+    probe->shortcut(swatches[0].x - 20, swatches[0].y, "Control_L", "z");
+    EXPECT_EQ(Swatches({Grey, Grey}).size(), 2u);
+    ASSERT_EQ(Close(*program), 0) << program->errors();
+    EXPECT_EQ(Stored(), 15132390);
+}
+
+// Started from a desktop menu there is no terminal: a plug-in that cannot be loaded is told in a
+// message window as well as on stderr.
+TEST_F(PrefsProgramTest, MissingPlugInIsToldInAMessageWindow) {
+    PrefsProgram program(folder, {"--plugin", folder / "none.so", "--defaults", store});
+    XProbe::Window message = 0;
+    ASSERT_TRUE(WaitFor(20s, [&] { return (message = probe->mainWindowOf(program.pid())) != 0; }))
+        << program.errors();
+    EXPECT_EQ(probe->title(message), "Background Colour");
+    EXPECT_TRUE(program.running());
+    ASSERT_TRUE(probe->requestClose(message));
+    EXPECT_EQ(program.finish(), 1);
+    const std::string said = program.errors();
     EXPECT_EQ(Lines(said), 1) << said;
-    EXPECT_EQ(ReadBytes(folder / "blocker"), "a file where a folder should be");
+    EXPECT_NE(said.find("none.so"), std::string::npos) << said;
+    EXPECT_FALSE(std::filesystem::exists(store));
 }
 
 // Failures before any window: one line on stderr, status 2 for bad arguments and 1 otherwise,
@@ -255,6 +326,7 @@ TEST(PrefsProgramStart, FailuresBeforeTheWindowSayWhyInOneLine) {
         const std::string said = program.errors();
         EXPECT_EQ(Lines(said), 1) << said;
         EXPECT_EQ(said.rfind("bkgcolors-prefs: ", 0), 0u) << said;
+        EXPECT_EQ(said.find("--white"), std::string::npos) << "an option the window does not take";
         EXPECT_FALSE(std::filesystem::exists(store));
     }
 }

@@ -72,12 +72,13 @@ private:
 };
 
 // Points this process (and the programs it starts) at `display` with GTK's quiet settings: the
-// cairo renderer, no accessibility bus, settings in memory, no session bus; GTK's schemas stay
-// reachable under /usr/share.
+// cairo renderer and no OpenGL probe (whose driver keeps a buffer to the end), no accessibility
+// bus, settings in memory, no session bus; GTK's schemas stay reachable under /usr/share.
 inline void UseDisplay(const std::string& display) {
     setenv("DISPLAY", display.c_str(), 1);
     unsetenv("WAYLAND_DISPLAY");
     setenv("GSK_RENDERER", "cairo", 1);
+    setenv("GDK_DEBUG", "gl-disable", 1);
     setenv("GTK_A11Y", "none", 1);
     setenv("GSETTINGS_BACKEND", "memory", 1);
     setenv("DBUS_SESSION_BUS_ADDRESS", "disabled:", 1);
