@@ -267,11 +267,8 @@ gboolean PrefsWindow::OnCloseRequest(GtkWindow*, PrefsWindow* self) {
 }
 
 void PrefsWindow::closeWithoutSaving() {
-    // The store keeps a change it could not write and tries again at exit; putting back what the
-    // file holds leaves it nothing of the person's to write.
-    auto& defaults = UserDefaults::standardUserDefaults();
-    UserDefaults file(defaults.path());
-    defaults.setObject(file.objectForKey(ColourKey), ColourKey);
+    // The store keeps a change it could not write and would try again at exit.
+    UserDefaults::standardUserDefaults().discardChange(ColourKey);
     outcome_ = Outcome::Discarded;
     gtk_window_close(window_);
 }

@@ -145,6 +145,10 @@ void UserDefaults::removeObjectForKey(const std::string& key) {
     setObject(std::nullopt, key);
 }
 
+void UserDefaults::discardChange(const std::string& key) {
+    pending_.erase(key);
+}
+
 std::optional<UserDefaults::Object> UserDefaults::objectForKey(const std::string& key) const {
     auto change = pending_.find(key);
     if (change != pending_.end())

@@ -57,6 +57,9 @@ public:
     bool setObject(const std::optional<Object>& value, const std::string& key);
     // removeObjectForKey: — the same as setObject with no value.
     void removeObjectForKey(const std::string& key);
+    // Forgets the change of `key` not yet written, so that nothing of it is written, not even at
+    // exit; the key reads as the file held it when last read. Does not touch the file.
+    void discardChange(const std::string& key);
 
     // objectForKey: — the value under `key`, with its kind; nullopt when absent.
     std::optional<Object> objectForKey(const std::string& key) const;

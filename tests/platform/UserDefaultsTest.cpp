@@ -239,4 +239,18 @@ TEST_F(UserDefaultsTest, RefusesTextsItCouldNotReadBackSilently) {
     EXPECT_TRUE(store.allKeys().empty());
 }
 
+TEST_F(UserDefaultsTest, ADiscardedChangeIsNeverWrittenNotEvenAtTheEnd) {
+    UserDefaults(file).setObject(1, "kept");
+    {
+        UserDefaults store(file);
+        store.setObject(2, "kept");
+        store.setObject(3, "other");
+        store.discardChange("kept");
+        EXPECT_EQ(store.integerForKey("kept"), 1) << "the file's value shows again";
+    }
+    UserDefaults reread(file);
+    EXPECT_EQ(reread.integerForKey("kept"), 1);
+    EXPECT_EQ(reread.integerForKey("other"), 3) << "other changes are still written";
+}
+
 } // namespace
