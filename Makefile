@@ -10,15 +10,17 @@ BUILD_COV    ?= build-coverage
 BUILD_MEMCHECK ?= build-memcheck
 BUILD_32     ?= build-32
 BUILD_BE     ?= build-be
+BUILD_DEB    ?= build-deb
 FUZZ_SECONDS ?= 60
 FUZZ_SMOKE_SECONDS ?= 3
 CMAKE        ?= cmake
 
 PACKAGES := cmake g++ make pkg-config libexpat1-dev libplist-utils libgtest-dev libbenchmark-dev \
 	libgtk-4-dev libxtst-dev xvfb xauth xdotool desktop-file-utils clang-format python3 gettext locales \
-	dbus at-spi2-core python3-gi gir1.2-atspi-2.0
+	dbus at-spi2-core python3-gi gir1.2-atspi-2.0 doxygen
 
-.PHONY: all deps build run test test32 test-be bench bench-chart fuzz memcheck coverage install format clean
+.PHONY: all deps build run test test32 test-be bench bench-chart fuzz memcheck coverage install format clean \
+	docs package test-package
 
 all: build
 
@@ -26,7 +28,8 @@ deps:
 	@./scripts/install-deps $(PACKAGES)
 
 $(BUILD)/CMakeCache.txt: | deps
-	$(CMAKE) -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DBKGCOLORS_WERROR=ON -DBKGCOLORS_TESTS=OFF
+	$(CMAKE) -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DBKGCOLORS_WERROR=ON -DBKGCOLORS_TESTS=OFF \
+		-DBKGCOLORS_DOCS=ON
 
 build: deps $(BUILD)/CMakeCache.txt
 	$(CMAKE) --build $(BUILD) -j$(JOBS)
@@ -153,6 +156,23 @@ coverage: deps
 		--exclude-throw-branches --csv $(BUILD_COV)/coverage.csv
 	@./scripts/coverage-summary $(BUILD_COV)/coverage.csv
 
+# The libraries' reference (Doxygen, from the installed headers) in $(BUILD)/docs/html; every
+# build of $(BUILD) makes it too, so that `make install` installs what the packages do.
+docs: deps $(BUILD)/CMakeCache.txt
+	$(CMAKE) -S . -B $(BUILD) -DBKGCOLORS_DOCS=ON
+	$(CMAKE) --build $(BUILD) --target docs
+
+# Debian packages, built with debhelper from a copy of the tree in $(BUILD_DEB)/src, with lintian's
+# verdict; test-package unpacks and runs them and compares their files with `make install`'s.
+PACKAGES_DEB := debhelper dpkg-dev fakeroot lintian appstream man-db
+
+package: deps
+	@./scripts/install-deps $(PACKAGES_DEB)
+	JOBS=$(JOBS) ./scripts/make-package $(BUILD_DEB)
+
+test-package: package
+	./tests/package/check $(BUILD_DEB)
+
 install: build
 	$(CMAKE) --install $(BUILD) --prefix $(or $(PREFIX),/usr/local)
 
@@ -161,4 +181,4 @@ format: deps
 
 clean:
 	rm -rf $(BUILD) $(BUILD_TEST) $(BUILD_BENCH) $(BUILD_FUZZ) $(BUILD_COV) $(BUILD_MEMCHECK) $(BUILD_32) \
-		$(BUILD_BE)
+		$(BUILD_BE) $(BUILD_DEB)
