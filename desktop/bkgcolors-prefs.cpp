@@ -4,12 +4,12 @@
 
 #include "desktop/Controls.h"
 #include "desktop/PrefsWindow.h"
-#include "desktop/Translation.h"
 #include "platform/PaneBundle.h"
 #include "platform/UserDefaults.h"
 #include "platform/View.h"
 #include "tools/ColourText.h"
 #include "tools/CommandLine.h"
+#include "tools/Translation.h"
 
 #include <gtk/gtk.h>
 
@@ -88,7 +88,7 @@ void Activate(GtkApplication* app, Session* session) {
 } // namespace
 
 int main(int argc, char** argv) {
-    UseCatalogues();
+    UseCatalogues("UTF-8");
     CommandLine line("bkgcolors-prefs", Usage);
     line.read(argc, argv, {"--plugin", "--defaults", "--color"}, false);
     const Options options = ParseOptions(line);
