@@ -181,6 +181,11 @@ TEST(PropertyListForms, ARepeatedKeyKeepsItsFirstPlaceAndItsLastValue) {
     }
 }
 
+// `file` with its trailer naming another place for the offset table.
+std::string WithTable(std::string file, std::uint64_t at) {
+    return file.replace(file.size() - 8, 8, Big(at, 8));
+}
+
 TEST(PropertyListForms, BinaryRefusalsSayWhatIsWrongAndWhere) {
     struct Row {
         const char* name;
@@ -209,6 +214,8 @@ TEST(PropertyListForms, BinaryRefusalsSayWhatIsWrongAndWhere) {
         {"key that is no text", Binary("\xD1\x01\x01\x10\x01", {8, 11}),
          "a dictionary key that is not a text at (key 1)"},
         {"offset past the end", Binary("\xD0", {200}), "object 0 lies outside the file"},
+        {"offset table past the end", WithTable(Binary("\xD0", {8}), 1000), "trailer is damaged"},
+        {"offset table in the header", WithTable(Binary("\xD0", {8}), 4), "trailer is damaged"},
         {"no trailer", "bplist00\xD0", "no bplist00 header or trailer"},
     };
     for (const Row& row : rows) {
