@@ -175,8 +175,9 @@ public:
 
     // Initialises this string, which holds no block yet, from strlen(s) characters.
     void NewFromString(const char* s, int prealloc, signed char mt);
-    // Initialises this string from len characters at s; s[len] must be 0. Capacity is
-    // max(len, prealloc) | 63; len and prealloc both 0 give the empty block.
+    // Initialises this string from len characters at s, followed by a terminator of its own (s
+    // need not have one at len). Capacity is max(len, prealloc) | 63; len and prealloc both 0
+    // give the empty block.
     void NewFromString(const char* s, int len, int prealloc, signed char mt);
 
     // Set n consecutive raw Str slots to the empty string (no counts change); n <= 0 does nothing.
