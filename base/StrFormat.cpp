@@ -10,6 +10,7 @@
 #include "base/internal/Alias.h"
 #include "base/internal/TextBuf.h"
 
+#include <cfenv>
 #include <charconv>
 #include <climits>
 #include <cmath>
@@ -434,10 +435,12 @@ bool PointIsDot() {
 }
 
 // The fixed-point conversion of a finite double, laid out as printf does; false when it is left
-// to the C library (a precision too large for the local buffer, another decimal point).
+// to the C library (a precision too large for the local buffer, another decimal point, or a
+// rounding mode other than to nearest: to_chars always rounds to nearest, while printf rounds the
+// last digit the way the floating-point environment says).
 bool PutFixed(Sink& sink, const Conversion& c, double v) {
     const long precision = c.precision < 0 ? 6 : c.precision;
-    if (!std::isfinite(v) || precision > 100 || !PointIsDot())
+    if (!std::isfinite(v) || precision > 100 || std::fegetround() != FE_TONEAREST || !PointIsDot())
         return false;
     // The largest double has 309 integer digits; the precision adds at most 101 characters.
     char text[448];

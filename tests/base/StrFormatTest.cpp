@@ -5,6 +5,7 @@
 #include "support/Seed.h"
 #include "support/Testing.h"
 
+#include <cfenv>
 #include <cfloat>
 #include <cstdio>
 
@@ -141,6 +142,54 @@ TEST(StrFormat, FixedPointTiesAndFieldsMatchSnprintf) {
             check(static_cast<unsigned>(rng()));
         else
             check(v);
+    }
+}
+
+// printf rounds the last digit as the floating-point environment says; so must every path of the
+// engine, the fixed-point one included. Values are exact ties at the precision asked, values just
+// beside them and random ones, positive and negative, in each of the four modes.
+TEST(StrFormat, EveryRoundingModeRoundsAsPrintfDoes) {
+    struct Mode {
+        int mode;
+        const char* name;
+    };
+    const Mode modes[] = {{FE_TONEAREST, "to nearest"},
+                          {FE_DOWNWARD, "downward"},
+                          {FE_UPWARD, "upward"},
+                          {FE_TOWARDZERO, "toward zero"}};
+    struct RestoreRounding {
+        ~RestoreRounding() { std::fesetround(FE_TONEAREST); }
+    } restore;
+    const TestSeed seed;
+    std::mt19937_64 rng(seed.value);
+    auto pick = [&](int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng); };
+    for (const auto& [mode, name] : modes) {
+        ASSERT_EQ(std::fesetround(mode), 0) << name;
+        // The cases that showed the fault, by name.
+        struct Row {
+            const char* fmt;
+            double v;
+        };
+        const Row rows[] = {{"%.0f", 1.5},        {"%.0f", -1.5},    {"%.0f", 2.5},
+                            {"%.1f", 0.25},       {"%.2f", 3.14159}, {"%f", 1.0 / 3},
+                            {"%+08.3f", -2.0625}, {"%.0f", 0.5}};
+        for (const auto& [fmt, v] : rows)
+            EXPECT_EQ(Fmt(fmt, v), Printf(fmt, v)) << name << ": " << fmt << " of " << v;
+        for (int iter = 0; iter < 1500 && !::testing::Test::HasFailure(); ++iter) {
+            const int precision = pick(0, 3) ? pick(0, 8) : pick(9, 40);
+            const std::string f = std::string("%") + (pick(0, 1) ? "" : "+") + "." +
+                                  std::to_string(precision) + "efgf"[pick(0, 3)];
+            const double tie = std::ldexp(static_cast<double>(rng() >> 24), -pick(0, 12));
+            const int kind = pick(0, 3);
+            double v = kind == 0   ? tie
+                       : kind == 1 ? std::nextafter(tie, 0.0)
+                       : kind == 2 ? std::nextafter(tie, HUGE_VAL)
+                                   : std::ldexp(static_cast<double>(rng()), -pick(0, 120));
+            if (pick(0, 1))
+                v = -v;
+            EXPECT_EQ(Fmt(f.c_str(), v), Printf(f.c_str(), v))
+                << name << ": format " << f << " value " << v << ", iteration " << iter;
+        }
     }
 }
 
