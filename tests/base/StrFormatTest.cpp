@@ -193,6 +193,66 @@ TEST(StrFormat, EveryRoundingModeRoundsAsPrintfDoes) {
     }
 }
 
+// Conversions whose corners printf implementations disagree on or get wrong: each must give what
+// this platform's snprintf gives.
+TEST(StrFormat, PrintfCornerCasesTable) {
+    struct Row {
+        const char* fmt;
+        std::string got;
+        std::string expected;
+    };
+    const auto row = [](const char* fmt, auto v) { return Row{fmt, Fmt(fmt, v), Printf(fmt, v)}; };
+    const Row rows[] = {
+        row("%#o", 0),          row("%#.0o", 0),
+        row("%#x", 0),          row("%.0d", 0),
+        row("%+.0d", 0),        row("% .0i", 0),
+        row("%#X", 255u),       row("%-05d", -7),
+        row("%05.3d", -7),      row("%+ d", 5),
+        row("%x", INT_MIN),     row("%lu", -1L),
+        row("%hhu", 511),       row("%hd", 70000),
+        row("%5c", 'x'),        row("%-5c|", 'x'),
+        row("%lld", LLONG_MIN), row("%#llo", 8LL),
+        row("%.0f", 0.5),       row("%.0f", 1.5),
+        row("%.0f", 2.5),       row("%#.0f", 3.0),
+        row("%+.1f", -0.04),    row("%f", -0.0),
+        row("%08.3f", -1.5),    row("%-8.2f|", 1e-3),
+        row("% f", 1.0),        row("%f", 1e300),
+        row("%.20f", 0.1),      row("%.17f", 2.5e-7),
+        row("%e", 0.0),         row("%.0e", 15.0),
+        row("%#.0e", 1.0),      row("%E", 1e-310),
+        row("%g", 100000.0),    row("%g", 1e6),
+        row("%g", 1e-5),        row("%#g", 1.0),
+        row("%.0g", 0.5),       row("%G", 1e-40),
+        row("%f", HUGE_VAL),    row("%-6f|", -HUGE_VAL),
+        row("%5.1f", NAN),      row("%Lf", 1.5L),
+        row("%.3Le", 2.0L),     row("%p", static_cast<void*>(nullptr)),
+    };
+    for (const auto& [fmt, got, expected] : rows)
+        EXPECT_EQ(got, expected) << fmt;
+}
+
+// The differences from printf that Str.h lists beside Format, one row each.
+TEST(StrFormat, DifferencesFromPrintfTable) {
+    struct Row {
+        const char* name;
+        std::string got;
+        std::string expected;
+    };
+    const Row rows[] = {
+        {"no width on strings", Fmt("[%10s|%-4s]", "ab", "c"), "[ab|c]"},
+        {"a bare '.' is no precision", Fmt("%.s", "abc"), "abc"},
+        {"null string cut by the precision",
+         Fmt("%.2s|%s", static_cast<const char*>(nullptr), static_cast<const char*>(nullptr)),
+         "(n|(null)"},
+        {"%ls is %s", Fmt("%ls", "narrow"), "narrow"},
+        {"z j t are letters, arguments shift", Fmt("%zu %jd %td %d", 1, 2), "zu jd td 1"},
+        {"F a A are letters, arguments shift", Fmt("%F %a %A %d", 3), "F a A 3"},
+        {"outside printf's grammar", Fmt("%5-d|%d", 1, 2), "%5-d|2"},
+    };
+    for (const auto& [name, got, expected] : rows)
+        EXPECT_EQ(got, expected) << name;
+}
+
 TEST(StrFormat, EngineConversionsAndAppendersTable) {
     char buf[8];
     Str zero("a");
