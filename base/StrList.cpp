@@ -51,15 +51,21 @@ void StrList::Sort() {
     storage.reserve(std::min<std::size_t>(m_count, std::size_t{1} << 20) * 64);
     std::vector<std::size_t> at;
     at.reserve(m_count);
-    for (Node* node = NodeAt(GetHeadPosition()); node; node = node->next)
+    // The texts are noted while the walk has their nodes at hand: reaching a text through its node
+    // again later would cost a second miss per element on a list too long for the cache.
+    std::vector<const char*> texts;
+    texts.reserve(m_count);
+    for (Node* node = NodeAt(GetHeadPosition()); node; node = node->next) {
         nodes.push_back(node);
+        texts.push_back(node->value);
+    }
     // The texts of a long list lie all over memory: the ones a few steps ahead are fetched while
     // the present one is parsed.
     constexpr std::size_t kAhead = 8;
-    for (std::size_t i = 0; i < nodes.size(); ++i) {
-        if (i + kAhead < nodes.size())
-            __builtin_prefetch(static_cast<const char*>(nodes[i + kAhead]->value));
-        parsed.SetStorageString(nodes[i]->value);
+    for (std::size_t i = 0; i < texts.size(); ++i) {
+        if (i + kAhead < texts.size())
+            __builtin_prefetch(texts[i + kAhead]);
+        parsed.SetStorageString(texts[i]);
         keys.Add(parsed.GetFileName());
         const Str text = parsed.GetStorageString();
         const char* p = text;
