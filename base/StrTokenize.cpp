@@ -103,7 +103,10 @@ Str Str::Tokenize(const char* set, int& pos) const {
         if (dptr[start] != 0) {
             const int n = *end != 0 ? static_cast<int>(end - dptr) - start : len - start;
             pos = start + n < len ? start + n : -1;
-            return Mid(start, n);
+            // Mid(start, n) without its checks, which the bounds above already satisfy.
+            Str token;
+            token.NewFromString(dptr + start, n, 0, 0);
+            return token;
         }
     }
     pos = -1;
