@@ -19,8 +19,8 @@ PACKAGES := cmake g++ make pkg-config libexpat1-dev libplist-utils libgtest-dev 
 	libgtk-4-dev libxtst-dev xvfb xauth xdotool desktop-file-utils clang-format python3 gettext locales \
 	dbus at-spi2-core python3-gi gir1.2-atspi-2.0 doxygen
 
-.PHONY: all deps build run test test32 test-be bench bench-chart fuzz memcheck coverage install format clean \
-	docs package test-package
+.PHONY: all deps build run test test32 test-be bench bench-chart fuzz memcheck coverage mutate install format \
+	clean docs package test-package
 
 all: build
 
@@ -173,6 +173,24 @@ package: deps
 test-package: package
 	./tests/package/check $(BUILD_DEB)
 
+# Mutation testing: small faults (a comparison flipped, a condition negated, a constant moved by
+# one, a statement deleted) planted one at a time in a clean clone of the last commit, each built
+# with Ninja and ccache and tested by its folder's tests; the report lists the faults no test
+# caught. The harness lives beside the project; MUTATE_TOOL names it.
+BUILD_MUT      ?= build-mutate
+MUTANTS        ?= 40
+MUTATE_SEED    ?= 1
+MUTATE_FOLDERS ?= base,platform,prefs,pane,tools
+MUTATE_TOOL    ?= ../shared/tools/mutate.py
+
+mutate: deps
+	@./scripts/install-deps ninja-build ccache
+	@test -f $(MUTATE_TOOL) || { echo "no mutation harness at $(MUTATE_TOOL): set MUTATE_TOOL"; exit 2; }
+	rm -rf $(BUILD_MUT) && git clone -q . $(BUILD_MUT)/src
+	python3 $(MUTATE_TOOL) --src $(BUILD_MUT)/src --n $(MUTANTS) --seed $(MUTATE_SEED) \
+		--folders $(MUTATE_FOLDERS) --report $(CURDIR)/$(BUILD_MUT)/report.txt \
+		--results $(CURDIR)/$(BUILD_MUT)/results.jsonl
+
 install: build
 	$(CMAKE) --install $(BUILD) --prefix $(or $(PREFIX),/usr/local)
 
@@ -181,4 +199,4 @@ format: deps
 
 clean:
 	rm -rf $(BUILD) $(BUILD_TEST) $(BUILD_BENCH) $(BUILD_FUZZ) $(BUILD_COV) $(BUILD_MEMCHECK) $(BUILD_32) \
-		$(BUILD_BE) $(BUILD_DEB)
+		$(BUILD_BE) $(BUILD_MUT) $(BUILD_DEB)

@@ -5,8 +5,9 @@
 // caller's buffer of that kind and Detach hands the buffer out; neither copies.
 // Invariant: m_position <= m_length <= m_capacity, and m_buffer holds m_capacity bytes. Bytes
 // gained by growth are zero. A growing write may allocate more than it reports as capacity (the
-// reserve, kept zero): later growth within it costs no copy, so a long run of small writes costs
-// amortised constant time per byte while the capacity still grows by the grow-by.
+// reserve, zeroed as it joins the capacity): later growth within it costs no copy, so a long run
+// of small writes costs amortised constant time per byte while the capacity still grows by the
+// grow-by.
 // Through its base a memory file is also a serialisable object: its data holds the memory-file
 // record written by Set() (property list, file name item, 4-byte content length, content), and its
 // property list is where tag-table records find their tables ("GlobalMetaTable" when writing,
@@ -143,16 +144,20 @@ private:
     // The raw write when the bytes do not fit in the capacity.
     int WriteGrowing(const void* lpBuf, unsigned int n);
     // Inline while the bytes fit in the capacity, the common case of a run of scalar writes;
-    // otherwise the growing byte write.
+    // otherwise the growing byte write. The image is built in a local and copied in one store,
+    // and the fields are read before it and written after it: a byte store may alias them, so
+    // anything else would make the compiler store and reload them byte by byte.
     int WriteLittleEndian(unsigned int width, unsigned int bits) {
-        if (m_capacity - m_position < width)
+        const unsigned int at = m_position;
+        if (m_capacity - at < width)
             return WriteGrowing(width, bits);
-        unsigned char* p = m_buffer + m_position;
+        const unsigned int length = m_length;
+        unsigned char image[4];
         for (unsigned int i = 0; i < width; ++i)
-            p[i] = static_cast<unsigned char>(bits >> (8 * i));
-        m_position += width;
-        if (m_position > m_length)
-            m_length = m_position;
+            image[i] = static_cast<unsigned char>(bits >> (8 * i));
+        std::memcpy(m_buffer + at, image, width);
+        m_position = at + width;
+        m_length = at + width > length ? at + width : length;
         return static_cast<int>(width);
     }
     int WriteGrowing(unsigned int width, unsigned int bits);

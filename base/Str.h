@@ -175,8 +175,9 @@ public:
 
     // Initialises this string, which holds no block yet, from strlen(s) characters.
     void NewFromString(const char* s, int prealloc, signed char mt);
-    // Initialises this string from len characters at s; s[len] must be 0. Capacity is
-    // max(len, prealloc) | 63; len and prealloc both 0 give the empty block.
+    // Initialises this string from len characters at s, followed by a terminator of its own (s
+    // need not have one at len). Capacity is max(len, prealloc) | 63; len and prealloc both 0
+    // give the empty block.
     void NewFromString(const char* s, int len, int prealloc, signed char mt);
 
     // Set n consecutive raw Str slots to the empty string (no counts change); n <= 0 does nothing.
@@ -297,6 +298,30 @@ public:
     void Compact(int slack);
 
     // --- Formatting -----------------------------------------------------------------------
+    //
+    // The conversions are printf's, with h, l, ll and L as this platform's printf reads them and
+    // '*' taking an int wherever printf takes one, except where this table says otherwise:
+    //
+    //   format                    printf                        here
+    //   %10s, %-10s               pads to the width             no padding: a string takes
+    //                                                           only a precision
+    //   %.s (a bare '.')          precision 0: nothing          no precision: the whole string
+    //   %.2s of a null pointer    nothing                       "(n": "(null)" cut by the
+    //                                                           precision
+    //   %ls in a narrow format    a wide string                 a narrow string, as %s (%S takes
+    //                                                           a wide one; a wide format swaps
+    //                                                           the two)
+    //   %z %j %t %F %a %A         conversions                   the letter is printed and no
+    //                                                           argument is taken, so the
+    //                                                           arguments after it shift
+    //   %n                        stores the count              throws ecFormatN
+    //   three or more '*'         (undefined)                   throws ecFormatStars
+    //   %5-d, %LLd (outside       (undefined)                   printed as it stands; its
+    //   printf's grammar)                                       argument is taken
+    //   a wide character the      fails                         '?'
+    //   locale cannot write
+    //   %!                        (none)                        the Str at the address given,
+    //                                                           embedded zeros included
 
     // Replaces the text with the formatted result.
     Str& Format(const char* fmt, ...);

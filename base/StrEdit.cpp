@@ -314,7 +314,7 @@ Str Str::Mid(int start, int count) const {
     Str r;
     const int len = Block()->length;
     if (count > 0 && start < len)
-        r.AppendChars(dptr + start, count < len - start ? count : len - start);
+        r.NewFromString(dptr + start, count < len - start ? count : len - start, 0, 0);
     return r;
 }
 

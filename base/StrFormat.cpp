@@ -10,9 +10,11 @@
 #include "base/internal/Alias.h"
 #include "base/internal/TextBuf.h"
 
+#include <cfenv>
 #include <charconv>
 #include <climits>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -433,23 +435,97 @@ bool PointIsDot() {
     return radix[0] == '.' && radix[1] == 0;
 }
 
+// The powers of ten that 64 bits hold.
+struct PowersOfTen {
+    static constexpr long count = 20;
+    std::uint64_t of[count];
+    constexpr PowersOfTen() : of{} {
+        std::uint64_t p = 1;
+        for (long i = 0; i < count; ++i, p *= 10)
+            of[i] = p;
+    }
+};
+constexpr PowersOfTen kPowers;
+
+// |v| * 10^precision rounded to an integer, to nearest with ties to even, from the exact binary
+// value, as printf rounds in that mode; false when 64 bits cannot hold the exact product (large
+// values, long precisions), which are left to to_chars.
+bool ScaledMagnitude(double v, long precision, std::uint64_t& scaled) {
+    if (precision >= kPowers.count)
+        return false;
+    std::uint64_t bits;
+    static_assert(sizeof(bits) == sizeof(v), "a double is IEEE-754 binary64");
+    std::memcpy(&bits, &v, sizeof(bits));
+    // v = mantissa * 2^exponent exactly.
+    const int field = static_cast<int>(bits >> 52 & 0x7FF);
+    std::uint64_t mantissa = bits & ((std::uint64_t{1} << 52) - 1);
+    int exponent = -1074;
+    if (field != 0) {
+        mantissa |= std::uint64_t{1} << 52;
+        exponent = field - 1075;
+    }
+    std::uint64_t product;
+    if (__builtin_mul_overflow(mantissa, kPowers.of[precision], &product))
+        return false;
+    if (exponent >= 0) {
+        if (exponent > 63 || product > (~std::uint64_t{0} >> exponent))
+            return false;
+        scaled = product << exponent;
+        return true;
+    }
+    const int shift = -exponent;
+    if (shift >= 64) {
+        // Then v < 2^-11, and a product within 64 bits means a precision of at most 3 (a normal
+        // mantissa is at least 2^52): less than half a unit, which rounds to 0.
+        scaled = 0;
+        return true;
+    }
+    const std::uint64_t whole = product >> shift;
+    const std::uint64_t rest = product & ((std::uint64_t{1} << shift) - 1);
+    const std::uint64_t half = std::uint64_t{1} << (shift - 1);
+    scaled = whole + (rest > half || (rest == half && (whole & 1) != 0) ? 1 : 0);
+    return true;
+}
+
 // The fixed-point conversion of a finite double, laid out as printf does; false when it is left
-// to the C library (a precision too large for the local buffer, another decimal point).
+// to the C library (a precision too large for the local buffer, another decimal point, or a
+// rounding mode other than to nearest: both ways here round to nearest, while printf rounds the
+// last digit the way the floating-point environment says).
 bool PutFixed(Sink& sink, const Conversion& c, double v) {
     const long precision = c.precision < 0 ? 6 : c.precision;
-    if (!std::isfinite(v) || precision > 100 || !PointIsDot())
+    if (!std::isfinite(v) || precision > 100 || std::fegetround() != FE_TONEAREST || !PointIsDot())
         return false;
-    // The largest double has 309 integer digits; the precision adds at most 101 characters.
+    // The largest double has 309 integer digits; the precision adds at most 101 characters, and
+    // the '#' flag a point.
     char text[448];
-    const std::to_chars_result r = std::to_chars(
-        text, text + sizeof(text) - 1, v, std::chars_format::fixed, static_cast<int>(precision));
-    if (r.ec != std::errc())
-        return false;
-    char* end = r.ptr;
+    const bool negative = std::signbit(v);
+    const char* body;
+    char* end;
+    std::uint64_t scaled;
+    if (ScaledMagnitude(v, precision, scaled)) {
+        // The commonest case, a short precision of a moderate value: the digits of one integer.
+        end = text + sizeof(text) - 1;
+        char* p = end;
+        for (long i = 0; i < precision; ++i, scaled /= 10)
+            *--p = static_cast<char>('0' + scaled % 10);
+        if (precision > 0)
+            *--p = '.';
+        do {
+            *--p = static_cast<char>('0' + scaled % 10);
+            scaled /= 10;
+        } while (scaled != 0);
+        body = p;
+    } else {
+        const std::to_chars_result r =
+            std::to_chars(text, text + sizeof(text) - 1, v, std::chars_format::fixed,
+                          static_cast<int>(precision));
+        if (r.ec != std::errc())
+            return false;
+        end = r.ptr;
+        body = text + (negative ? 1 : 0);
+    }
     if (c.alt && precision == 0)
         *end++ = '.';
-    const bool negative = text[0] == '-';
-    const char* body = text + (negative ? 1 : 0);
     const char head = negative ? '-' : c.plus ? '+' : ' ';
     const std::size_t nhead = negative || c.plus || c.space ? 1 : 0;
     PutField(sink, c, &head, nhead, 0, body, static_cast<std::size_t>(end - body),
@@ -612,10 +688,16 @@ void Str::FmtPriorBuffer(const char* fmt, verifymt& vm) {
         return;
     }
     // Every character counts 1, a '%' 128 when a string conversion letter follows it and 32
-    // otherwise.
-    long long estimate = 0;
-    for (const char* p = fmt; *p != 0 && estimate < kMaxEstimate; ++p)
-        estimate += *p != '%' ? 1 : (p[1] == 's' || p[1] == 'S') ? 128 : 32;
+    // otherwise: the length, and then only the '%' signs, each found with the C library's search.
+    const std::size_t n = std::strlen(fmt);
+    const char* const end = fmt + n;
+    long long estimate = static_cast<long long>(n);
+    for (const char* p = fmt; estimate < kMaxEstimate; ++p) {
+        p = static_cast<const char*>(std::memchr(p, '%', static_cast<std::size_t>(end - p)));
+        if (!p)
+            break;
+        estimate += p[1] == 's' || p[1] == 'S' ? 127 : 31;
+    }
     if (estimate > kMaxEstimate)
         estimate = kMaxEstimate;
     s.Preallocate(static_cast<int>(estimate));

@@ -202,6 +202,40 @@ void FindRare1M_Std(benchmark::State& state) {
         state.SkipWithError("text not found at the end");
 }
 
+// The form of a rare first character: 1 MiB of 'a' with a 'b' every 7th byte and the
+// needle only at its end, so no candidate is met before it.
+const std::string& PlainHaystack() {
+    static const std::string text = [] {
+        std::string s((1u << 20) - 6, 'a');
+        for (std::size_t i = 6; i < s.size(); i += 7)
+            s[i] = 'b';
+        return s + kNeedle;
+    }();
+    return text;
+}
+
+void FindRarePlain1M_Str(benchmark::State& state) {
+    const Str text(PlainHaystack().c_str());
+    int at = 0;
+    for (auto _ : state) {
+        at = text.Find(kNeedle, 0);
+        benchmark::DoNotOptimize(at);
+    }
+    if (at != text.GetLength() - 6)
+        state.SkipWithError("text not found at the end");
+}
+
+void FindRarePlain1M_Std(benchmark::State& state) {
+    const std::string& text = PlainHaystack();
+    std::size_t at = 0;
+    for (auto _ : state) {
+        at = text.find(kNeedle, 0);
+        benchmark::DoNotOptimize(at);
+    }
+    if (at != text.size() - 6)
+        state.SkipWithError("text not found at the end");
+}
+
 // The peer of the no-case search: a search whose comparison folds both sides to lower case.
 void FindNoCase1M_Str(benchmark::State& state) {
     const Str text(Haystack().c_str());
@@ -271,6 +305,36 @@ void Format_Std(benchmark::State& state) {
     }
 }
 
+// The shortest message: a decimal, a string and a fixed-point number.
+const char kShortFormat[] = "%d items in %s at %.2f";
+
+void FormatShort_Str(benchmark::State& state) {
+    int items = 42;
+    const char* where = "the basket";
+    double price = 3.14159;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(items);
+        benchmark::DoNotOptimize(price);
+        Str s;
+        s.Format(kShortFormat, items, where, price);
+        benchmark::DoNotOptimize(s);
+    }
+}
+
+void FormatShort_Std(benchmark::State& state) {
+    int items = 42;
+    const char* where = "the basket";
+    double price = 3.14159;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(items);
+        benchmark::DoNotOptimize(price);
+        char buf[128];
+        const int n = std::snprintf(buf, sizeof buf, kShortFormat, items, where, price);
+        std::string s(buf, static_cast<std::size_t>(n));
+        benchmark::DoNotOptimize(s);
+    }
+}
+
 // --- Tokens -----------------------------------------------------------------------------------
 
 // 64 KiB of comma-separated records, one a line: a number, a word, a price, a short code.
@@ -318,6 +382,54 @@ void Tokenize64K_Std(benchmark::State& state) {
             benchmark::DoNotOptimize(token);
             ++count;
             pos = end;
+        }
+        benchmark::DoNotOptimize(count);
+    }
+}
+
+// 1 MiB of fields like "field12345," split at the one delimiter ',': short tokens, each a new
+// string, so the cost per token is what counts.
+const std::string& Fields() {
+    static const std::string text = [] {
+        std::mt19937 rng(13);
+        std::string s;
+        while (s.size() < (1u << 20))
+            s += "field" + std::to_string(10000 + rng() % 90000) + ',';
+        return s;
+    }();
+    return text;
+}
+
+void TokenizeFields1M_Str(benchmark::State& state) {
+    const Str text(Fields().c_str());
+    int count = 0;
+    for (auto _ : state) {
+        int pos = 0;
+        count = 0;
+        while (pos >= 0) {
+            Str token = text.Tokenize(",", pos);
+            benchmark::DoNotOptimize(token);
+            ++count;
+        }
+        benchmark::DoNotOptimize(count);
+    }
+    if (count != static_cast<int>(Fields().size() / 11) + 1)
+        state.SkipWithError("wrong number of tokens");
+}
+
+void TokenizeFields1M_Std(benchmark::State& state) {
+    const std::string& text = Fields();
+    for (auto _ : state) {
+        int count = 0;
+        std::size_t pos = 0;
+        while (pos < text.size()) {
+            std::size_t end = text.find(',', pos);
+            if (end == std::string::npos)
+                end = text.size();
+            std::string token = text.substr(pos, end - pos);
+            benchmark::DoNotOptimize(token);
+            ++count;
+            pos = end + 1;
         }
         benchmark::DoNotOptimize(count);
     }
@@ -458,12 +570,18 @@ BENCHMARK(FindFrequent1M_Str)->Unit(benchmark::kMicrosecond);
 BENCHMARK(FindFrequent1M_Std)->Unit(benchmark::kMicrosecond);
 BENCHMARK(FindRare1M_Str)->Unit(benchmark::kMicrosecond);
 BENCHMARK(FindRare1M_Std)->Unit(benchmark::kMicrosecond);
+BENCHMARK(FindRarePlain1M_Str)->Unit(benchmark::kMicrosecond);
+BENCHMARK(FindRarePlain1M_Std)->Unit(benchmark::kMicrosecond);
 BENCHMARK(FindNoCase1M_Str)->Unit(benchmark::kMicrosecond);
 BENCHMARK(FindNoCase1M_Std)->Unit(benchmark::kMicrosecond);
 BENCHMARK(Format_Str);
 BENCHMARK(Format_Std);
+BENCHMARK(FormatShort_Str);
+BENCHMARK(FormatShort_Std);
 BENCHMARK(Tokenize64K_Str)->Unit(benchmark::kMicrosecond);
 BENCHMARK(Tokenize64K_Std)->Unit(benchmark::kMicrosecond);
+BENCHMARK(TokenizeFields1M_Str)->Unit(benchmark::kMicrosecond);
+BENCHMARK(TokenizeFields1M_Std)->Unit(benchmark::kMicrosecond);
 BENCHMARK(Trim_Str);
 BENCHMARK(Trim_Std);
 BENCHMARK(Mid_Str);

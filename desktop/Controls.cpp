@@ -1,6 +1,6 @@
 #include "desktop/Controls.h"
 
-#include "desktop/Translation.h"
+#include "tools/Translation.h"
 
 #include <memory>
 

@@ -2,8 +2,8 @@
 
 #include "desktop/ColourBytes.h"
 #include "desktop/Controls.h"
-#include "desktop/Translation.h"
 #include "platform/UserDefaults.h"
+#include "tools/Translation.h"
 
 #include <cstdio>
 #include <exception>

@@ -4,12 +4,12 @@
 
 #include "desktop/Controls.h"
 #include "desktop/PrefsWindow.h"
-#include "desktop/Translation.h"
 #include "platform/PaneBundle.h"
 #include "platform/UserDefaults.h"
 #include "platform/View.h"
 #include "tools/ColourText.h"
 #include "tools/CommandLine.h"
+#include "tools/Translation.h"
 
 #include <gtk/gtk.h>
 
@@ -23,15 +23,15 @@
 namespace {
 
 constexpr const char* Usage =
-    "usage: bkgcolors-prefs [--plugin PATH] [--defaults FILE] [--color COLOUR]\n"
-    "       bkgcolors-prefs -h | --help | --version\n"
-    "Opens the background colour pane in a window; Apply or closing the window stores the\n"
-    "new colour, and the window follows changes made to the store elsewhere.\n"
-    "  --color COLOUR   preselects the new colour: #RRGGBB, #RGB, rgb(R, G, B) or R,G,B\n"
-    "  --plugin PATH    the pane module to load (default: the one installed with the program)\n"
-    "  --defaults FILE  the defaults file to use instead of the user's\n"
-    "Exit status: 0 the colour shown was stored, 1 the pane or the display failed, 2 bad\n"
-    "arguments, 3 the store refused the colour and the window was closed without saving it.\n";
+    N_("usage: bkgcolors-prefs [--plugin PATH] [--defaults FILE] [--color COLOUR]\n"
+       "       bkgcolors-prefs -h | --help | --version\n"
+       "Opens the background colour pane in a window; Apply or closing the window stores the\n"
+       "new colour, and the window follows changes made to the store elsewhere.\n"
+       "  --color COLOUR   preselects the new colour: #RRGGBB, #RGB, rgb(R, G, B) or R,G,B\n"
+       "  --plugin PATH    the pane module to load (default: the one installed with the program)\n"
+       "  --defaults FILE  the defaults file to use instead of the user's\n"
+       "Exit status: 0 the colour shown was stored, 1 the pane or the display failed, 2 bad\n"
+       "arguments, 3 the store refused the colour and the window was closed without saving it.\n");
 
 struct Options {
     std::string plugin;
@@ -43,11 +43,11 @@ Options ParseOptions(const CommandLine& line) {
     Options options;
     options.plugin = line.value("--plugin", platform::PaneBundle::builtInPlugInPath());
     if (!line.operands().empty())
-        line.fail("unexpected argument '" + line.operands().front() + "' (try --help)");
+        line.fail(Fill(_("unexpected argument '%s' (try --help)"), line.operands().front()));
     if (line.has("--defaults")) {
         options.defaults = line.value("--defaults");
         if (options.defaults->empty())
-            line.fail("--defaults needs a file name");
+            line.fail(_("--defaults needs a file name"));
     }
     if (line.has("--color")) {
         std::string why;
@@ -88,12 +88,12 @@ void Activate(GtkApplication* app, Session* session) {
 } // namespace
 
 int main(int argc, char** argv) {
-    UseCatalogues();
+    UseCatalogues("UTF-8");
     CommandLine line("bkgcolors-prefs", Usage);
     line.read(argc, argv, {"--plugin", "--defaults", "--color"}, false);
     const Options options = ParseOptions(line);
     if (options.defaults && !platform::UserDefaults::setStandardPath(*options.defaults))
-        line.fail("the defaults file could not be chosen", 1);
+        line.fail(_("the defaults file could not be chosen"), 1);
 
     const std::string cannotOpen = _("The background colour pane could not be opened");
     std::string error;
@@ -102,10 +102,10 @@ int main(int argc, char** argv) {
         FailShown(line, cannotOpen, error);
     platform::PaneBundle::PanePtr pane = bundle->instantiate();
     if (!pane)
-        FailShown(line, cannotOpen, "pane plug-in " + options.plugin + " made no pane");
+        FailShown(line, cannotOpen, Fill(_("pane plug-in %s made no pane"), options.plugin));
 
     if (!gtk_init_check())
-        line.fail("cannot open a display (set DISPLAY or WAYLAND_DISPLAY)", 1);
+        line.fail(_("cannot open a display (set DISPLAY or WAYLAND_DISPLAY)"), 1);
 
     platform::View browser("browser");
     try {

@@ -22,7 +22,7 @@ constexpr const char kSuffix[] = ".plist";
 std::string FailureText(const internal::ReadFailure& failure) {
     return failure.kind == internal::ReadError::TooLarge
                ? failure.reason
-               : "it is not a property list with a dictionary at the top: " + failure.reason;
+               : "not a property list: " + failure.reason;
 }
 
 std::optional<PropertyValue> Parse(const std::string& bytes, std::string& error,

@@ -1,14 +1,13 @@
 #include "tools/ColourText.h"
 
 #include "tools/HexDigit.h"
+#include "tools/Translation.h"
 
 #include <cmath>
 #include <cstdlib>
 #include <vector>
 
 namespace {
-
-constexpr const char kForms[] = "use #RRGGBB, #RGB, rgb(R, G, B)";
 
 // The parts of `text` between commas, each without its surrounding spaces.
 std::vector<std::string> Parts(const std::string& text) {
@@ -112,13 +111,18 @@ std::optional<platform::Color> ParseColour(const std::string& text, std::string*
         components = DecimalComponents(text);
     if (!components) {
         if (why)
-            *why = "unrecognised colour '" + text + "' (" + kForms +
-                   (whiteOption ? std::string(", R,G,B or ") + whiteOption : " or R,G,B") + ")";
+            *why = whiteOption
+                       ? Fill(_("unrecognised colour '%s' (use #RRGGBB, #RGB, rgb(R, G, B), R,G,B "
+                                "or %s)"),
+                              text, whiteOption)
+                       : Fill(_("unrecognised colour '%s' (use #RRGGBB, #RGB, rgb(R, G, B) or "
+                                "R,G,B)"),
+                              text);
         return std::nullopt;
     }
     if (components->size() == 4 && (*components)[3] != 1.0f) {
         if (why)
-            *why = "the store keeps no alpha: '" + text + "' is not fully opaque";
+            *why = Fill(_("the store keeps no alpha: '%s' is not fully opaque"), text);
         return std::nullopt;
     }
     const auto& c = *components;

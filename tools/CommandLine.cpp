@@ -1,6 +1,7 @@
 #include "tools/CommandLine.h"
 
 #include "tools/Output.h"
+#include "tools/Translation.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -18,7 +19,7 @@ void CommandLine::read(int argc, char** argv, std::initializer_list<const char*>
         if (arg == "--") {
             optionsEnded = true;
         } else if (arg == "-h" || arg == "--help") {
-            std::fputs(usage_, stdout);
+            std::fputs(_(usage_), stdout);
             std::exit(FinishOutput(program_, 0));
         } else if (arg == "--version") {
             std::printf("%s %s\n", program_, BKGCOLORS_VERSION);
@@ -30,9 +31,9 @@ void CommandLine::read(int argc, char** argv, std::initializer_list<const char*>
             for (const char* name : options)
                 known = known || arg == name;
             if (!known)
-                fail("unknown option " + arg + " (try --help)");
+                fail(Fill(_("unknown option %s (try --help)"), arg));
             if (i + 1 >= argc)
-                fail("option " + arg + " needs a value");
+                fail(Fill(_("option %s needs a value"), arg));
             options_.emplace_back(arg, argv[++i]);
         }
     }

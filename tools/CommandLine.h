@@ -12,7 +12,8 @@
 
 class CommandLine {
 public:
-    // `usage` is printed whole for -h/--help; `program` starts every error line.
+    // `usage` is printed whole, translated, for -h/--help (mark it with N_); `program` starts
+    // every error line.
     CommandLine(const char* program, const char* usage) : program_(program), usage_(usage) {}
 
     // Reads argv. `options` are the long options that take a value (`--name VALUE`); -h/--help
@@ -29,7 +30,8 @@ public:
     bool has(const char* name) const { return !values(name).empty(); }
     const std::vector<std::string>& operands() const { return operands_; }
 
-    // One line `program: message` on stderr, then exit with `status`.
+    // One line `program: message` on stderr, then exit with `status`; the message comes
+    // translated.
     [[noreturn]] void fail(const std::string& message, int status = 2) const;
     const char* program() const { return program_; }
 

@@ -2,6 +2,8 @@
 // destination (a full disk, a closed pipe) is a failure of the program, not a silent success.
 #pragma once
 
+#include "tools/Translation.h"
+
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -12,8 +14,9 @@
 inline int FinishOutput(const char* program, int status) {
     errno = 0;
     if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
-        std::fprintf(stderr, "%s: cannot write the output: %s\n", program,
-                     errno ? std::strerror(errno) : "write error");
+        const std::string why = errno ? std::strerror(errno) : _("write error");
+        std::fprintf(stderr, "%s: %s\n", program,
+                     Fill(_("cannot write the output: %s"), why).c_str());
         return 2;
     }
     return status;

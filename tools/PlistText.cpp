@@ -1,6 +1,7 @@
 #include "tools/PlistText.h"
 
 #include "platform/internal/Calendar.h"
+#include "tools/Ascii.h"
 
 #include <cmath>
 #include <cstdint>
@@ -16,9 +17,9 @@ namespace {
 bool IsBareWord(const std::string& text) {
     if (text.empty())
         return false;
-    for (unsigned char c : text)
+    for (char c : text)
         // strchr would find the terminating NUL of its set.
-        if (!std::isalnum(c) && (c == '\0' || !std::strchr("_.$/:", c)))
+        if (!IsAsciiLetterOrDigit(c) && (c == '\0' || !std::strchr("_.$/:", c)))
             return false;
     return true;
 }

@@ -1,10 +1,11 @@
 #include "tools/ValueArguments.h"
 
 #include "platform/StringEncoding.h"
+#include "tools/Ascii.h"
 #include "tools/HexDigit.h"
 #include "tools/PlistText.h"
+#include "tools/Translation.h"
 
-#include <cctype>
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
@@ -12,8 +13,6 @@
 using platform::PropertyValue;
 
 namespace {
-
-constexpr const char kTypes[] = "-string, -int, -float, -bool, -data or -date";
 
 bool Is(const std::string& word, const char* a, const char* b = nullptr) {
     return word == a || (b && word == b);
@@ -26,12 +25,12 @@ bool IsScalarFlag(const std::string& word) {
 
 // A word that reads as an option rather than as a text: a dash and a letter.
 bool LooksLikeFlag(const std::string& word) {
-    return word.size() > 1 && word[0] == '-' && std::isalpha(static_cast<unsigned char>(word[1]));
+    return word.size() > 1 && word[0] == '-' && IsAsciiLetter(word[1]);
 }
 
 std::optional<PropertyValue> Text(const std::string& text, std::string& error) {
     if (!platform::isValidUTF8(text)) {
-        error = "the text is not valid UTF-8";
+        error = _("the text is not valid UTF-8");
         return std::nullopt;
     }
     return PropertyValue::Text(text);
@@ -44,7 +43,7 @@ std::optional<PropertyValue> Integer(const std::string& text, std::string& error
     const long long value = std::strtoll(text.c_str(), &end, 10);
     if (text.size() == sign || text.find_first_not_of("0123456789", sign) != std::string::npos ||
         errno != 0 || *end != '\0') {
-        error = "'" + text + "' is not a 64-bit integer";
+        error = Fill(_("'%s' is not a 64-bit integer"), text);
         return std::nullopt;
     }
     return PropertyValue::Number(value);
@@ -56,21 +55,19 @@ std::optional<PropertyValue> Real(const std::string& text, std::string& error) {
                              ? NAN
                              : std::strtod(text.c_str(), &end);
     if (!std::isfinite(value) || *end != '\0') {
-        error = "'" + text + "' is not a finite number";
+        error = Fill(_("'%s' is not a finite number"), text);
         return std::nullopt;
     }
     return PropertyValue::Double(value);
 }
 
 std::optional<PropertyValue> Boolean(const std::string& text, std::string& error) {
-    std::string word;
-    for (char c : text)
-        word += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    const std::string word = AsciiLower(text);
     if (Is(word, "true", "yes") || word == "1")
         return PropertyValue::Flag(true);
     if (Is(word, "false", "no") || word == "0")
         return PropertyValue::Flag(false);
-    error = "'" + text + "' is not a boolean (true, false, yes, no, 1 or 0)";
+    error = Fill(_("'%s' is not a boolean (true, false, yes, no, 1 or 0)"), text);
     return std::nullopt;
 }
 
@@ -83,7 +80,7 @@ std::optional<PropertyValue> Data(const std::string& text, std::string& error) {
         bytes += static_cast<char>(high * 16 + low);
     }
     if (bytes.size() * 2 != text.size()) {
-        error = "'" + text + "' is not an even number of hex digits";
+        error = Fill(_("'%s' is not an even number of hex digits"), text);
         return std::nullopt;
     }
     return PropertyValue::Blob(std::move(bytes));
@@ -92,7 +89,8 @@ std::optional<PropertyValue> Data(const std::string& text, std::string& error) {
 std::optional<PropertyValue> Date(const std::string& text, std::string& error) {
     auto seconds = ParseDate(text);
     if (!seconds) {
-        error = "'" + text + "' is not a date (YYYY-MM-DD HH:MM:SS +ZZZZ or YYYY-MM-DDTHH:MM:SSZ)";
+        error =
+            Fill(_("'%s' is not a date (YYYY-MM-DD HH:MM:SS +ZZZZ or YYYY-MM-DDTHH:MM:SSZ)"), text);
         return std::nullopt;
     }
     return PropertyValue::Moment(*seconds);
@@ -121,12 +119,14 @@ std::optional<PropertyValue> Item(const std::vector<std::string>& words, std::si
     if (!LooksLikeFlag(word))
         return Text(word, error);
     if (!IsScalarFlag(word)) {
-        error = (Is(word, "-array", "-dict") ? word + " cannot be nested"
-                                             : "unknown type " + word + " (use " + kTypes + ")");
+        error = Is(word, "-array", "-dict")
+                    ? Fill(_("%s cannot be nested"), word)
+                    : Fill(_("unknown type %s (use -string, -int, -float, -bool, -data or -date)"),
+                           word);
         return std::nullopt;
     }
     if (at >= words.size()) {
-        error = word + " needs a value";
+        error = Fill(_("%s needs a value"), word);
         return std::nullopt;
     }
     return Scalar(word, words[at++], error);
@@ -138,7 +138,7 @@ std::optional<WriteRequest> ParseWriteRequest(const std::vector<std::string>& wo
                                               std::string& error) {
     WriteRequest request;
     if (words.empty()) {
-        error = "write needs a value";
+        error = _("write needs a value");
         return std::nullopt;
     }
     const std::string& head = words[0];
@@ -148,7 +148,7 @@ std::optional<WriteRequest> ParseWriteRequest(const std::vector<std::string>& wo
         std::size_t at = 0;
         auto value = Item(words, at, error);
         if (value && at != words.size())
-            error = "write takes one value here; found '" + words[at] + "' after it";
+            error = Fill(_("write takes one value here; found '%s' after it"), words[at]);
         if (!value || at != words.size())
             return std::nullopt;
         request.value = std::move(*value);
@@ -161,7 +161,7 @@ std::optional<WriteRequest> ParseWriteRequest(const std::vector<std::string>& wo
         std::string key;
         if (dictionary) {
             if (at + 1 >= words.size()) {
-                error = head + " needs a value after the key '" + words[at] + "'";
+                error = Fill(_("%s needs a value after the key '%s'"), head, words[at]);
                 return std::nullopt;
             }
             auto text = Text(words[at++], error);

@@ -19,6 +19,7 @@ struct WriteRequest {
 // Reads the words after the key: `VALUE` (a text), `-TYPE VALUE` for -string, -int/-integer
 // (64-bit), -float (finite), -bool/-boolean (true/false/yes/no/1/0, any case), -data HEX,
 // -date, or `-array V...`, `-array-add V...`, `-dict K V...`, `-dict-add K V...`, whose items are
-// texts or `-TYPE VALUE`. nullopt, with a one-line reason in `error`, for anything else.
+// texts or `-TYPE VALUE`. nullopt, with a one-line reason in `error` (translated), for anything
+// else.
 std::optional<WriteRequest> ParseWriteRequest(const std::vector<std::string>& words,
                                               std::string& error);

@@ -3,13 +3,14 @@
 
 #include "platform/DefaultsDomain.h"
 #include "platform/StringEncoding.h"
+#include "tools/Ascii.h"
 #include "tools/CommandLine.h"
 #include "tools/Output.h"
 #include "tools/PlistText.h"
+#include "tools/Translation.h"
 #include "tools/ValueArguments.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -21,7 +22,13 @@
 
 namespace {
 
-constexpr const char* kUsage =
+// What the program prints of its own is translated; what scripts read (the old-style text of
+// `read`, `read-type`'s line, the list of `domains`, `find`'s heading, exported XML) is the same in
+// every language.
+constexpr const char* kUsage = N_(
+    // TRANSLATORS: the verbs, options, -TYPE flags, date forms and "Type is" are what the program
+    // reads and prints in every language; keep them. The words in capitals are the ones the
+    // messages "%s takes %s (try help)" show.
     "usage: bkgcolors-defaults [--defaults FILE] VERB [DOMAIN] [ARGUMENTS]\n"
     "  domains                     the domain names in the defaults folder, comma separated\n"
     "  read [DOMAIN [KEY]]         every domain, one domain, or one value\n"
@@ -42,7 +49,7 @@ constexpr const char* kUsage =
     "path containing '/'. With --defaults FILE, or $BKGCOLORS_DEFAULTS, that file is the domain\n"
     "and the verbs take no DOMAIN. '--' ends the options, so that a key may start with '-'.\n"
     "Exit status: 0 done, 1 the key or domain does not exist (or find found nothing),\n"
-    "2 bad arguments or values, or a file that cannot be read or written.\n";
+    "2 bad arguments or values, or a file that cannot be read or written.\n");
 
 using platform::DefaultsDomain;
 using platform::PropertyValue;
@@ -60,7 +67,7 @@ public:
         if (line_.has("--defaults")) {
             fixed_ = line_.value("--defaults");
             if (fixed_->empty())
-                line_.fail("--defaults needs a file name");
+                line_.fail(_("--defaults needs a file name"));
         } else if (const char* file = std::getenv("BKGCOLORS_DEFAULTS"); file && *file) {
             fixed_ = file;
         }
@@ -68,11 +75,11 @@ public:
 
     int run() {
         if (words_.empty())
-            line_.fail("missing verb (try help)");
+            line_.fail(_("missing verb (try help)"));
         const std::string verb = Take();
         if (verb == "help") {
             Done(0);
-            std::fputs(kUsage, stdout);
+            std::fputs(_(kUsage), stdout);
             return 0;
         }
         if (verb == "domains")
@@ -93,7 +100,7 @@ public:
             return Import();
         if (verb == "find")
             return Find();
-        line_.fail("unknown verb " + verb + " (try help)");
+        line_.fail(Fill(_("unknown verb %s (try help)"), verb));
     }
 
     const CommandLine& line() const { return line_; }
@@ -107,17 +114,17 @@ private:
     // The words left must number from `least` to `most`.
     void Expect(const char* verb, std::size_t least, std::size_t most, const char* form) {
         if (words_.size() < least || words_.size() > most)
-            line_.fail(std::string(verb) + " takes " + form + " (try help)");
+            line_.fail(Fill(_("%s takes %s (try help)"), verb, _(form)));
     }
     void Done(std::size_t most) {
         if (words_.size() > most)
-            line_.fail("unexpected argument '" + words_[most] + "' (try help)");
+            line_.fail(Fill(_("unexpected argument '%s' (try help)"), words_[most]));
     }
 
     std::string Key() {
         std::string key = Take();
         if (!platform::isValidUTF8(key))
-            line_.fail("the key is not valid UTF-8");
+            line_.fail(_("the key is not valid UTF-8"));
         return key;
     }
 
@@ -132,10 +139,12 @@ private:
             return name;
         if (name.empty() || name[0] == '.' || name.find("..") != std::string::npos ||
             !platform::isValidUTF8(name))
-            line_.fail("'" + name + "' is not a domain name (a name, or a path containing '/')");
+            line_.fail(
+                Fill(_("'%s' is not a domain name (a name, or a path containing '/')"), name));
         return platform::DefaultsFolder() + "/" + name + ".plist";
     }
-    // The forms of a verb's arguments, in the words of the usage, with or without DOMAIN.
+    // The forms of a verb's arguments, in the words of the usage, with or without DOMAIN; marked
+    // for translation, and translated where they are shown.
     const char* Form(const char* withDomain, const char* without) const {
         return fixed_ ? without : withDomain;
     }
@@ -148,9 +157,9 @@ private:
         std::string error;
         switch (domain.file.read(root, error, onlyKey)) {
         case DefaultsDomain::Status::Missing:
-            line_.fail("domain " + domain.name + " does not exist", 1);
+            line_.fail(Fill(_("domain %s does not exist"), domain.name), 1);
         case DefaultsDomain::Status::Failed:
-            line_.fail("cannot read " + domain.name + ": " + error);
+            line_.fail(Fill(_("cannot read %s: %s"), domain.name, error));
         case DefaultsDomain::Status::Present:
             break;
         }
@@ -166,10 +175,15 @@ private:
         const auto outcome = domain.file.update(
             [&](PropertyValue& root, bool exists) { return (status = change(root, exists)) == 0; },
             error, notice, key);
-        if (!notice.empty())
-            std::fprintf(stderr, "%s: %s\n", line_.program(), notice.c_str());
+        // The store says what it did in its own words; the program says that it is a notice.
+        if (!notice.empty()) {
+            // TRANSLATORS: %s is the store's own sentence, in English: that an unreadable file
+            // was moved aside, and where to.
+            const std::string said = Fill(_("notice: %s"), notice);
+            std::fprintf(stderr, "%s: %s\n", line_.program(), said.c_str());
+        }
         if (outcome == DefaultsDomain::Outcome::Failed)
-            line_.fail("cannot write " + domain.name + ": " + error);
+            line_.fail(Fill(_("cannot write %s: %s"), domain.name, error));
         return status;
     }
     int Missing(const std::string& message) const {
@@ -196,7 +210,7 @@ private:
     }
 
     int Read() {
-        Expect("read", 0, DomainWords() + 1, Form("[DOMAIN [KEY]]", "[KEY]"));
+        Expect("read", 0, DomainWords() + 1, Form(N_("[DOMAIN [KEY]]"), N_("[KEY]")));
         if (words_.empty() && !fixed_)
             return ReadAll();
         const Domain domain = NextDomain();
@@ -209,7 +223,7 @@ private:
         }
         const PropertyValue* value = root.find(*key);
         if (!value)
-            return Missing("key " + *key + " does not exist in domain " + domain.name);
+            return Missing(Fill(_("key %s does not exist in domain %s"), *key, domain.name));
         std::printf("%s\n", BareText(*value).c_str());
         return 0;
     }
@@ -225,8 +239,8 @@ private:
                 DefaultsDomain::Status::Present) {
                 all.set(name, std::move(root));
             } else {
-                std::fprintf(stderr, "%s: cannot read %s: %s\n", line_.program(), name.c_str(),
-                             error.c_str());
+                std::fprintf(stderr, "%s: %s\n", line_.program(),
+                             Fill(_("cannot read %s: %s"), name, error).c_str());
                 status = 2;
             }
         }
@@ -235,19 +249,20 @@ private:
     }
 
     int ReadType() {
-        Expect("read-type", DomainWords() + 1, DomainWords() + 1, Form("DOMAIN KEY", "KEY"));
+        Expect("read-type", DomainWords() + 1, DomainWords() + 1,
+               Form(N_("DOMAIN KEY"), N_("KEY")));
         const Domain domain = NextDomain();
         const std::string key = Key();
         const PropertyValue root = Load(domain, &key);
         const PropertyValue* value = root.find(key);
         if (!value)
-            return Missing("key " + key + " does not exist in domain " + domain.name);
+            return Missing(Fill(_("key %s does not exist in domain %s"), key, domain.name));
         std::printf("Type is %s\n", KindName(*value).c_str());
         return 0;
     }
 
     int Write() {
-        Expect("write", DomainWords() + 2, SIZE_MAX, Form("DOMAIN KEY VALUE", "KEY VALUE"));
+        Expect("write", DomainWords() + 2, SIZE_MAX, Form(N_("DOMAIN KEY VALUE"), N_("KEY VALUE")));
         Domain domain = NextDomain();
         const std::string key = Key();
         std::string error;
@@ -267,9 +282,11 @@ private:
                     return 0;
                 }
                 if (old->kind != want) {
-                    std::fprintf(stderr, "%s: the value of %s is of type %s, not %s\n",
-                                 line_.program(), key.c_str(), KindName(*old).c_str(),
-                                 want == PropertyValue::Kind::Array ? "array" : "dictionary");
+                    std::fprintf(stderr, "%s: %s\n", line_.program(),
+                                 Fill(_("the value of %s is of type %s, not %s"), key,
+                                      KindName(*old),
+                                      want == PropertyValue::Kind::Array ? "array" : "dictionary")
+                                     .c_str());
                     return 2;
                 }
                 for (std::size_t i = 0; i < request->value.items.size(); ++i) {
@@ -284,15 +301,15 @@ private:
     }
 
     int Delete() {
-        Expect("delete", DomainWords(), DomainWords() + 1, Form("DOMAIN [KEY]", "[KEY]"));
+        Expect("delete", DomainWords(), DomainWords() + 1, Form(N_("DOMAIN [KEY]"), N_("[KEY]")));
         Domain domain = NextDomain();
         if (words_.empty()) {
             std::string error;
             switch (domain.file.remove(error)) {
             case DefaultsDomain::Status::Missing:
-                return Missing("domain " + domain.name + " does not exist");
+                return Missing(Fill(_("domain %s does not exist"), domain.name));
             case DefaultsDomain::Status::Failed:
-                line_.fail("cannot delete " + domain.name + ": " + error);
+                line_.fail(Fill(_("cannot delete %s: %s"), domain.name, error));
             case DefaultsDomain::Status::Present:
                 break;
             }
@@ -303,26 +320,28 @@ private:
             domain,
             [&](PropertyValue& root, bool exists) {
                 if (!exists)
-                    return Missing("domain " + domain.name + " does not exist");
+                    return Missing(Fill(_("domain %s does not exist"), domain.name));
                 if (!root.erase(key))
-                    return Missing("key " + key + " does not exist in domain " + domain.name);
+                    return Missing(Fill(_("key %s does not exist in domain %s"), key, domain.name));
                 return 0;
             },
             &key);
     }
 
     int Rename() {
-        Expect("rename", DomainWords() + 2, DomainWords() + 2, Form("DOMAIN OLD NEW", "OLD NEW"));
+        Expect("rename", DomainWords() + 2, DomainWords() + 2,
+               Form(N_("DOMAIN OLD NEW"), N_("OLD NEW")));
         Domain domain = NextDomain();
         const std::string from = Key(), to = Key();
         return Update(
             domain,
             [&](PropertyValue& root, bool exists) {
                 if (!exists)
-                    return Missing("domain " + domain.name + " does not exist");
+                    return Missing(Fill(_("domain %s does not exist"), domain.name));
                 PropertyValue* value = root.find(from);
                 if (!value)
-                    return Missing("key " + from + " does not exist in domain " + domain.name);
+                    return Missing(
+                        Fill(_("key %s does not exist in domain %s"), from, domain.name));
                 PropertyValue moved = std::move(*value);
                 root.erase(from);
                 root.set(to, std::move(moved));
@@ -332,13 +351,14 @@ private:
     }
 
     int Export() {
-        Expect("export", DomainWords() + 1, DomainWords() + 1, Form("DOMAIN FILE|-", "FILE|-"));
+        Expect("export", DomainWords() + 1, DomainWords() + 1,
+               Form(N_("DOMAIN FILE|-"), N_("FILE|-")));
         const Domain domain = NextDomain();
         const std::string target = Take();
         std::string error;
         auto xml = platform::XmlPropertyList(Load(domain), error);
         if (!xml)
-            line_.fail("cannot export " + domain.name + ": " + error);
+            line_.fail(Fill(_("cannot export %s: %s"), domain.name, error));
         if (target == "-") {
             std::fwrite(xml->data(), 1, xml->size(), stdout);
             return 0;
@@ -348,13 +368,14 @@ private:
         out.close();
         if (!out) {
             std::remove(target.c_str());
-            line_.fail("cannot write " + target);
+            line_.fail(Fill(_("cannot write %s"), target));
         }
         return 0;
     }
 
     int Import() {
-        Expect("import", DomainWords() + 1, DomainWords() + 1, Form("DOMAIN FILE|-", "FILE|-"));
+        Expect("import", DomainWords() + 1, DomainWords() + 1,
+               Form(N_("DOMAIN FILE|-"), N_("FILE|-")));
         Domain domain = NextDomain();
         const std::string source = Take();
         std::string bytes;
@@ -363,15 +384,15 @@ private:
         } else {
             std::ifstream in(source, std::ios::binary);
             if (!in)
-                line_.fail("cannot read " + source);
+                line_.fail(Fill(_("cannot read %s"), source));
             bytes.assign(std::istreambuf_iterator<char>(in), {});
             if (in.bad())
-                line_.fail("cannot read " + source);
+                line_.fail(Fill(_("cannot read %s"), source));
         }
         std::string error;
         auto imported = platform::ParsePropertyList(bytes, error);
         if (!imported)
-            line_.fail("cannot import " + source + ": " + error);
+            line_.fail(Fill(_("cannot import %s: %s"), source, error));
         return Update(domain, [&](PropertyValue& root, bool) {
             root = *imported;
             return 0;
@@ -379,8 +400,8 @@ private:
     }
 
     int Find() {
-        Expect("find", 1, 1, "WORD");
-        const std::string word = Lower(Take());
+        Expect("find", 1, 1, N_("WORD"));
+        const std::string word = AsciiLower(Take());
         std::vector<std::string> names;
         if (fixed_)
             names.push_back(*fixed_);
@@ -394,14 +415,14 @@ private:
             if (DefaultsDomain(fixed_ ? name : DomainPath(name)).read(root, error) !=
                 DefaultsDomain::Status::Present) {
                 if (!error.empty()) {
-                    std::fprintf(stderr, "%s: cannot read %s: %s\n", line_.program(), name.c_str(),
-                                 error.c_str());
+                    std::fprintf(stderr, "%s: %s\n", line_.program(),
+                                 Fill(_("cannot read %s: %s"), name, error).c_str());
                     status = 2;
                 }
                 continue;
             }
             // A domain whose name holds the word matches whole; a file named by path does not.
-            const bool wholeDomain = !fixed_ && Lower(name).find(word) != std::string::npos;
+            const bool wholeDomain = !fixed_ && AsciiLower(name).find(word) != std::string::npos;
             for (std::size_t i = 0; i < root.keys.size(); ++i)
                 if (wholeDomain || Contains(root.keys[i], word) || Contains(root.items[i], word))
                     matches.set(root.keys[i], root.items[i]);
@@ -412,17 +433,12 @@ private:
                         OldStyleText(matches).c_str());
         }
         if (!found && status == 0)
-            return Missing("no domain, key nor value contains '" + word + "'");
+            return Missing(Fill(_("no domain, key nor value contains '%s'"), word));
         return status;
     }
 
-    static std::string Lower(std::string text) {
-        for (char& c : text)
-            c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-        return text;
-    }
     static bool Contains(const std::string& text, const std::string& word) {
-        return Lower(text).find(word) != std::string::npos;
+        return AsciiLower(text).find(word) != std::string::npos;
     }
     static bool Contains(const PropertyValue& value, const std::string& word) {
         if (value.items.empty() && value.keys.empty())
@@ -441,6 +457,7 @@ private:
 } // namespace
 
 int main(int argc, char** argv) {
+    UseCatalogues();
     Tool tool(argc, argv);
     const int status = tool.run();
     return FinishOutput(tool.line().program(), status);

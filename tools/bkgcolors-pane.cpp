@@ -9,6 +9,7 @@
 #include "tools/ColourText.h"
 #include "tools/CommandLine.h"
 #include "tools/Output.h"
+#include "tools/Translation.h"
 
 #include <cstdint>
 #include <cstdio>
@@ -18,17 +19,19 @@
 
 namespace {
 
+// Messages and usage are translated; the well lines and the `stored` line, which scripts read,
+// are the same in every language, their numbers always written with a dot.
 constexpr const char* kUsage =
-    "usage: bkgcolors-pane [--plugin PATH] [--defaults FILE] [COLOUR | --white W]\n"
-    "       bkgcolors-pane -h | --help | --version\n"
-    "Shows the colour of each well of the background colour pane; given a colour, picks it in\n"
-    "the new-colour well, leaves the pane (which stores it) and prints what was stored.\n"
-    "  COLOUR  #RRGGBB, #RGB, rgb(R, G, B) with bytes 0-255, or R,G,B with components 0-1;\n"
-    "          the store keeps no alpha, so a colour that is not fully opaque is refused\n"
-    "  --white W        a grey of white level W, from 0 to 1\n"
-    "  --plugin PATH    the pane module to load (default: the one installed with the program)\n"
-    "  --defaults FILE  the defaults file to use instead of the user's\n"
-    "Exit status: 0 done, 2 bad arguments or a failure of the pane or the store.\n";
+    N_("usage: bkgcolors-pane [--plugin PATH] [--defaults FILE] [COLOUR | --white W]\n"
+       "       bkgcolors-pane -h | --help | --version\n"
+       "Shows the colour of each well of the background colour pane; given a colour, picks it in\n"
+       "the new-colour well, leaves the pane (which stores it) and prints what was stored.\n"
+       "  COLOUR  #RRGGBB, #RGB, rgb(R, G, B) with bytes 0-255, or R,G,B with components 0-1;\n"
+       "          the store keeps no alpha, so a colour that is not fully opaque is refused\n"
+       "  --white W        a grey of white level W, from 0 to 1\n"
+       "  --plugin PATH    the pane module to load (default: the one installed with the program)\n"
+       "  --defaults FILE  the defaults file to use instead of the user's\n"
+       "Exit status: 0 done, 2 bad arguments or a failure of the pane or the store.\n");
 
 // Where the pane keeps its colour: the packed bytes R | G << 8 | B << 16.
 constexpr const char* kColourKey = "BkgColorsSelectedColor";
@@ -45,15 +48,15 @@ Options ParseOptions(const CommandLine& line) {
     if (line.has("--defaults")) {
         options.defaults = line.value("--defaults");
         if (options.defaults->empty())
-            line.fail("--defaults needs a file name");
+            line.fail(_("--defaults needs a file name"));
     }
     const auto whites = line.values("--white");
     if (whites.size() + line.operands().size() > 1)
-        line.fail("more than one colour given");
+        line.fail(_("more than one colour given"));
     for (const std::string& level : whites) {
         auto white = ParseComponent(level);
         if (!white)
-            line.fail("white level '" + level + "' is not a number from 0 to 1");
+            line.fail(Fill(_("white level '%s' is not a number from 0 to 1"), level));
         options.colour = platform::Color::colorWithCalibratedWhite(*white, 1.0f);
     }
     for (const std::string& text : line.operands()) {
@@ -76,6 +79,7 @@ void PrintWell(const std::string& outlet, const platform::Color& colour) {
 } // namespace
 
 int main(int argc, char** argv) {
+    UseCatalogues();
     CommandLine line("bkgcolors-pane", kUsage);
     line.read(argc, argv, {"--plugin", "--defaults", "--white"}, false);
     const Options options = ParseOptions(line);
@@ -90,7 +94,7 @@ int main(int argc, char** argv) {
     try {
         auto pane = bundle->instantiate();
         if (!pane)
-            line.fail("pane plug-in " + options.plugin + " made no pane");
+            line.fail(Fill(_("pane plug-in %s made no pane"), options.plugin));
         platform::View browser("browser");
         pane->setBrowserView(&browser);
         pane->mainViewDidLoad();
@@ -100,15 +104,15 @@ int main(int argc, char** argv) {
         if (options.colour) {
             platform::ColorWell* chosen = pane->colorWell("newColorWell");
             if (!chosen)
-                line.fail("pane plug-in " + options.plugin + " has no newColorWell");
+                line.fail(Fill(_("pane plug-in %s has no newColorWell"), options.plugin));
             chosen->setColor(*options.colour);
             pane->didUnselect();
             pane->windowWillClose();
         }
     } catch (const std::exception& e) {
-        line.fail(std::string("the pane failed: ") + e.what());
+        line.fail(Fill(_("the pane failed: %s"), e.what()));
     } catch (...) {
-        line.fail("the pane failed");
+        line.fail(_("the pane failed"));
     }
     // The store has already reported why it could not read or write its file.
     platform::UserDefaults& store = platform::UserDefaults::standardUserDefaults();

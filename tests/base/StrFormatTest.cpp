@@ -5,6 +5,7 @@
 #include "support/Seed.h"
 #include "support/Testing.h"
 
+#include <cfenv>
 #include <cfloat>
 #include <cstdio>
 
@@ -142,6 +143,114 @@ TEST(StrFormat, FixedPointTiesAndFieldsMatchSnprintf) {
         else
             check(v);
     }
+}
+
+// printf rounds the last digit as the floating-point environment says; so must every path of the
+// engine, the fixed-point one included. Values are exact ties at the precision asked, values just
+// beside them and random ones, positive and negative, in each of the four modes.
+TEST(StrFormat, EveryRoundingModeRoundsAsPrintfDoes) {
+    struct Mode {
+        int mode;
+        const char* name;
+    };
+    const Mode modes[] = {{FE_TONEAREST, "to nearest"},
+                          {FE_DOWNWARD, "downward"},
+                          {FE_UPWARD, "upward"},
+                          {FE_TOWARDZERO, "toward zero"}};
+    struct RestoreRounding {
+        ~RestoreRounding() { std::fesetround(FE_TONEAREST); }
+    } restore;
+    const TestSeed seed;
+    std::mt19937_64 rng(seed.value);
+    auto pick = [&](int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng); };
+    for (const auto& [mode, name] : modes) {
+        ASSERT_EQ(std::fesetround(mode), 0) << name;
+        // The cases that showed the fault, by name.
+        struct Row {
+            const char* fmt;
+            double v;
+        };
+        const Row rows[] = {{"%.0f", 1.5},        {"%.0f", -1.5},    {"%.0f", 2.5},
+                            {"%.1f", 0.25},       {"%.2f", 3.14159}, {"%f", 1.0 / 3},
+                            {"%+08.3f", -2.0625}, {"%.0f", 0.5}};
+        for (const auto& [fmt, v] : rows)
+            EXPECT_EQ(Fmt(fmt, v), Printf(fmt, v)) << name << ": " << fmt << " of " << v;
+        for (int iter = 0; iter < 1500 && !::testing::Test::HasFailure(); ++iter) {
+            const int precision = pick(0, 3) ? pick(0, 8) : pick(9, 40);
+            const std::string f = std::string("%") + (pick(0, 1) ? "" : "+") + "." +
+                                  std::to_string(precision) + "efgf"[pick(0, 3)];
+            const double tie = std::ldexp(static_cast<double>(rng() >> 24), -pick(0, 12));
+            const int kind = pick(0, 3);
+            double v = kind == 0   ? tie
+                       : kind == 1 ? std::nextafter(tie, 0.0)
+                       : kind == 2 ? std::nextafter(tie, HUGE_VAL)
+                                   : std::ldexp(static_cast<double>(rng()), -pick(0, 120));
+            if (pick(0, 1))
+                v = -v;
+            EXPECT_EQ(Fmt(f.c_str(), v), Printf(f.c_str(), v))
+                << name << ": format " << f << " value " << v << ", iteration " << iter;
+        }
+    }
+}
+
+// Conversions whose corners printf implementations disagree on or get wrong: each must give what
+// this platform's snprintf gives.
+TEST(StrFormat, PrintfCornerCasesTable) {
+    struct Row {
+        const char* fmt;
+        std::string got;
+        std::string expected;
+    };
+    const auto row = [](const char* fmt, auto v) { return Row{fmt, Fmt(fmt, v), Printf(fmt, v)}; };
+    const Row rows[] = {
+        row("%#o", 0),          row("%#.0o", 0),
+        row("%#x", 0),          row("%.0d", 0),
+        row("%+.0d", 0),        row("% .0i", 0),
+        row("%#X", 255u),       row("%-05d", -7),
+        row("%05.3d", -7),      row("%+ d", 5),
+        row("%x", INT_MIN),     row("%lu", -1L),
+        row("%hhu", 511),       row("%hd", 70000),
+        row("%5c", 'x'),        row("%-5c|", 'x'),
+        row("%lld", LLONG_MIN), row("%#llo", 8LL),
+        row("%.0f", 0.5),       row("%.0f", 1.5),
+        row("%.0f", 2.5),       row("%#.0f", 3.0),
+        row("%+.1f", -0.04),    row("%f", -0.0),
+        row("%08.3f", -1.5),    row("%-8.2f|", 1e-3),
+        row("% f", 1.0),        row("%f", 1e300),
+        row("%.20f", 0.1),      row("%.17f", 2.5e-7),
+        row("%e", 0.0),         row("%.0e", 15.0),
+        row("%#.0e", 1.0),      row("%E", 1e-310),
+        row("%g", 100000.0),    row("%g", 1e6),
+        row("%g", 1e-5),        row("%#g", 1.0),
+        row("%.0g", 0.5),       row("%G", 1e-40),
+        row("%f", HUGE_VAL),    row("%-6f|", -HUGE_VAL),
+        row("%5.1f", NAN),      row("%Lf", 1.5L),
+        row("%.3Le", 2.0L),     row("%p", static_cast<void*>(nullptr)),
+    };
+    for (const auto& [fmt, got, expected] : rows)
+        EXPECT_EQ(got, expected) << fmt;
+}
+
+// The differences from printf that Str.h lists beside Format, one row each.
+TEST(StrFormat, DifferencesFromPrintfTable) {
+    struct Row {
+        const char* name;
+        std::string got;
+        std::string expected;
+    };
+    const Row rows[] = {
+        {"no width on strings", Fmt("[%10s|%-4s]", "ab", "c"), "[ab|c]"},
+        {"a bare '.' is no precision", Fmt("%.s", "abc"), "abc"},
+        {"null string cut by the precision",
+         Fmt("%.2s|%s", static_cast<const char*>(nullptr), static_cast<const char*>(nullptr)),
+         "(n|(null)"},
+        {"%ls is %s", Fmt("%ls", "narrow"), "narrow"},
+        {"z j t are letters, arguments shift", Fmt("%zu %jd %td %d", 1, 2), "zu jd td 1"},
+        {"F a A are letters, arguments shift", Fmt("%F %a %A %d", 3), "F a A 3"},
+        {"outside printf's grammar", Fmt("%5-d|%d", 1, 2), "%5-d|2"},
+    };
+    for (const auto& [name, got, expected] : rows)
+        EXPECT_EQ(got, expected) << name;
 }
 
 TEST(StrFormat, EngineConversionsAndAppendersTable) {

@@ -7,6 +7,7 @@
 #include "support/Testing.h"
 
 #include <cctype>
+#include <cstring>
 
 using namespace StrImplementation;
 using strtest::Header;
@@ -155,6 +156,48 @@ TEST(StrSearch, TokenizeSetsThePositionToTheDelimiterThenMinusOne) {
         for (const auto& [token, after] : steps) {
             EXPECT_EQ(std::string(Str(text).Tokenize(set, pos)), token);
             EXPECT_EQ(pos, after);
+        }
+    }
+}
+
+// The tokeniser against its definition by the C library's spans, which stop at the first zero
+// byte, on texts holding zero bytes and bytes above 127, for one delimiter and for several.
+TEST(StrSearch, TokenizeMatchesItsDefinitionBySpans) {
+    const auto model = [](const std::string& text, const char* set, int& pos) -> std::string {
+        const int len = static_cast<int>(text.size());
+        if (pos < 0)
+            return "";
+        if (pos < len) {
+            const char* t = text.c_str();
+            const int start = pos + static_cast<int>(std::strspn(t + pos, set));
+            if (t[start] != 0) {
+                const int n = static_cast<int>(std::strcspn(t + start, set));
+                const int taken = t[start + n] == 0 || *set == 0 ? len - start : n;
+                pos = start + taken < len ? start + taken : -1;
+                return text.substr(Z(start), Z(taken));
+            }
+        }
+        pos = -1;
+        return "";
+    };
+    const TestSeed seed;
+    std::mt19937 rng(seed.value);
+    const char* const sets[] = {",", ";", "\xC8", ",;", ";\xC8,", ""};
+    const char alphabet[] = {'a', 'b', ',', ';', '\xC8', '\0'};
+    for (int iter = 0; iter < 3000 && !::testing::Test::HasFailure(); ++iter) {
+        std::string text(rng() % (iter % 8 == 0 ? 300 : 20), 'a');
+        for (char& c : text)
+            c = alphabet[rng() % (rng() % 4 == 0 ? 6 : 5)];
+        const char* set = sets[iter % 6];
+        Str s;
+        s.AppendChars(text.data(), static_cast<int>(text.size()));
+        int pos = static_cast<int>(rng() % (text.size() + 2)) - 1, expectedPos = pos;
+        for (int step = 0; pos >= 0 || step == 0; ++step) {
+            SCOPED_TRACE("iteration " + std::to_string(iter) + ", step " + std::to_string(step) +
+                         ", set '" + set + "', from " + std::to_string(pos));
+            const std::string expected = model(text, set, expectedPos);
+            ASSERT_EQ(Text(s.Tokenize(set, pos)), expected);
+            ASSERT_EQ(pos, expectedPos);
         }
     }
 }

@@ -181,6 +181,12 @@ TEST(PropertyListForms, ARepeatedKeyKeepsItsFirstPlaceAndItsLastValue) {
     }
 }
 
+// `file` with the 8-byte field at `at` of its trailer (8: the count of objects, 16: the top
+// object, 24: the place of the offset table) set to `value`.
+std::string WithTrailer(std::string file, std::size_t at, std::uint64_t value) {
+    return file.replace(file.size() - 32 + at, 8, Big(value, 8));
+}
+
 TEST(PropertyListForms, BinaryRefusalsSayWhatIsWrongAndWhere) {
     struct Row {
         const char* name;
@@ -209,6 +215,13 @@ TEST(PropertyListForms, BinaryRefusalsSayWhatIsWrongAndWhere) {
         {"key that is no text", Binary("\xD1\x01\x01\x10\x01", {8, 11}),
          "a dictionary key that is not a text at (key 1)"},
         {"offset past the end", Binary("\xD0", {200}), "object 0 lies outside the file"},
+        {"offset table past the end", WithTrailer(Binary("\xD0", {8}), 24, 1000),
+         "trailer is damaged"},
+        {"offset table in the header", WithTrailer(Binary("\xD0", {8}), 24, 4),
+         "trailer is damaged"},
+        {"more objects than offsets", WithTrailer(Binary("\xD0", {8}), 8, 2), "trailer is damaged"},
+        {"top object past the count", WithTrailer(Binary("\xD0", {8}), 16, 1),
+         "trailer is damaged"},
         {"no trailer", "bplist00\xD0", "no bplist00 header or trailer"},
     };
     for (const Row& row : rows) {

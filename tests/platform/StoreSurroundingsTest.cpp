@@ -113,6 +113,14 @@ TEST(StoreSurroundings, ReadingMakesNoFolderAndWritingMakesThemPrivate) {
     EXPECT_TRUE(store.synchronize());
     EXPECT_EQ(Mode(folder / "a"), 0700u);
     EXPECT_EQ(Mode(folder / "a/b"), 0700u);
+
+    // A file where a folder belongs: the write is refused and says why.
+    WriteBytes(folder / "blocker", "a file");
+    UserDefaults blocked(folder / "blocker/store.plist");
+    blocked.setObject(1, "k");
+    const std::string said = Stderr([&] { EXPECT_FALSE(blocked.synchronize()); });
+    EXPECT_NE(said.find(": Not a directory;"), std::string::npos) << said;
+    EXPECT_EQ(ReadBytes(folder / "blocker"), "a file");
 }
 
 } // namespace

@@ -114,6 +114,23 @@ TEST(UserDefaultsMerge, AFileThatLooksUnchangedIsReadAgainUnderTheLock) {
     EXPECT_EQ(store.integerForKey("theirs"), 2);
 }
 
+// A file that could not be parsed when it was read, and that another process has put right since,
+// is merged into like any other, not set aside as damaged.
+TEST(UserDefaultsMerge, AFileRepairedSinceItWasReadIsMergedNotSetAside) {
+    TempFolder folder;
+    const std::string file = folder / "store.plist", good = folder / "good.plist";
+    WriteBytes(file, "not a property list");
+    std::unique_ptr<UserDefaults> store;
+    Stderr([&] { store = std::make_unique<UserDefaults>(file); });
+    UserDefaults(good).setObject(1, "theirs");
+    std::filesystem::rename(good, file);
+    EXPECT_TRUE(store->synchronize()) << "read again, and readable now";
+    store->setObject(2, "mine");
+    EXPECT_EQ(Stderr([&] { EXPECT_TRUE(store->synchronize()); }), "");
+    EXPECT_FALSE(std::filesystem::exists(file + ".corrupt"));
+    EXPECT_EQ(UserDefaults(file).integerForKey("theirs"), 1);
+}
+
 // A file the user has made unreadable since it was read is not written over: the write is
 // refused, the file keeps its contents and mode, and the change stays pending.
 TEST(UserDefaultsMerge, AFileMadeUnreadableSinceItWasReadIsNotWrittenOver) {

@@ -32,7 +32,8 @@ protected:
     // A program that waits for ever fails the test instead of stalling it.
     Outcome Program(const std::string& name, const std::vector<std::string>& args,
                     const std::string& out = "") {
-        std::string command = "timeout 120 " + Quote(Environment("BKGCOLORS_BIN") + "/" + name);
+        std::string command =
+            locale + "timeout 120 " + Quote(Environment("BKGCOLORS_BIN") + "/" + name);
         for (const auto& arg : args)
             command += " " + Quote(arg);
         command += " >" + Quote(out.empty() ? folder / "out" : out) + " 2>" + Quote(folder / "err");
@@ -49,8 +50,20 @@ protected:
         return Program("bkgcolors-defaults", args);
     }
 
+    // Runs later programs under the locale `name` generated in the test's folder, for numbers
+    // too; false when it cannot be made.
+    bool Speak(const std::string& name) {
+        const std::string locales = folder / "locales";
+        const std::string make = "mkdir -p " + Quote(locales) + " && localedef -i de_DE -f UTF-8 " +
+                                 Quote(locales + "/" + name) + " >/dev/null 2>&1";
+        std::system(make.c_str());
+        locale = "env -u LANGUAGE LC_ALL=" + name + " LOCPATH=" + Quote(locales) + " ";
+        return std::filesystem::is_directory(locales + "/" + name);
+    }
+
     TempFolder folder;
     std::string store = folder / "defaults.plist", plugin = Environment("BKGCOLORS_PLUGIN");
+    std::string locale; // the environment programs run with, before their name
 };
 
 const auto Lines = [](const std::string& t) { return std::count(t.begin(), t.end(), '\n'); };
@@ -159,6 +172,44 @@ TEST_F(ProgramsTest, AFailedWriteOfTheirOwnOutputIsExitTwoWithOneLine) {
         Outcome run = Program(program, args, "/dev/full");
         EXPECT_EQ(run.status, 2);
         EXPECT_EQ(Lines(run.err), 1) << run.err;
+    }
+}
+
+TEST_F(ProgramsTest, GermanMessagesAroundWellLinesThatStayTheSame) {
+    const std::vector<std::string> colours[] = {{}, {"#123456"}, {"0.5,1,0"}, {"--white", "0.25"}};
+    // Each from the default colour, so that the wells show the same in both languages.
+    const auto Fresh = [&](const std::vector<std::string>& colour) {
+        std::filesystem::remove(store);
+        return Host(colour);
+    };
+    std::vector<std::string> english;
+    for (const auto& colour : colours)
+        english.push_back(Fresh(colour).out);
+    ASSERT_TRUE(Speak("de_DE.UTF-8")) << "localedef made no German locale";
+    for (std::size_t i = 0; i < english.size(); ++i) {
+        SCOPED_TRACE(english[i]);
+        Outcome run = Fresh(colours[i]);
+        EXPECT_EQ(run.status, 0) << run.err;
+        EXPECT_EQ(run.out, english[i]) << "components keep their dot";
+    }
+    struct Row {
+        const char* name;
+        std::vector<std::string> args;
+        int status;
+        std::string said; // on stderr, or on stdout for a status of 0
+    };
+    const Row rows[] = {
+        {"colour", {"abc"}, 2, "bkgcolors-pane: unbekannte Farbe 'abc' (erlaubt sind #RRGGBB, "},
+        {"alpha", {"#3366CC80"}, 2, "kein Alphawert gespeichert: '#3366CC80' ist nicht voll"},
+        {"white", {"--white", "0,5"}, 2, "Weißwert '0,5' ist keine Zahl von 0 bis 1"},
+        {"option", {"--bogus"}, 2, "bkgcolors-pane: unbekannte Option --bogus (siehe --help)\n"},
+        {"help", {"--help"}, 0, "Aufruf: bkgcolors-pane [--plugin PFAD]"},
+    };
+    for (const auto& [name, args, status, said] : rows) {
+        SCOPED_TRACE(name);
+        Outcome run = Host(args);
+        EXPECT_EQ(run.status, status);
+        EXPECT_NE((status ? run.err : run.out).find(said), std::string::npos) << run.out << run.err;
     }
 }
 

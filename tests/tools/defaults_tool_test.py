@@ -390,5 +390,73 @@ class OptionsTest(ToolCase):
         self.assertFalse(os.path.exists(self.config))
 
 
+class LanguageTest(ToolCase):
+    """Under a German locale the program speaks German, and what scripts read stays the same."""
+
+    LOCALES = ["de_DE.UTF-8", "de_DE.ISO-8859-1"]
+
+    @classmethod
+    def setUpClass(cls):
+        cls.locales = tempfile.TemporaryDirectory(prefix="bkgcolors-locales-")
+        for locale in cls.LOCALES:
+            subprocess.run(["localedef", "-i", "de_DE", "-f", locale.split(".")[1],
+                            os.path.join(cls.locales.name, locale)], check=False,
+                           stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.locales.cleanup()
+
+    def speak(self, locale):
+        """Later runs use `locale` for everything (numbers too), or English when None."""
+        self.env.pop("LANGUAGE", None)
+        self.env.update(LC_ALL=locale or "C", LOCPATH=self.locales.name)
+        if locale:
+            self.assertTrue(os.path.isdir(os.path.join(self.locales.name, locale)),
+                            "localedef made no " + locale)
+
+    def test_errors_help_and_notices_are_german(self):
+        self.make({"k": 1})
+        rows = [
+            ("bad value", ["write", D, "k", "-int", "12px"], 2, "err",
+             "bkgcolors-defaults: '12px' ist keine 64-Bit-Ganzzahl\n"),
+            ("unknown verb", ["frobnicate"], 2, "err",
+             "bkgcolors-defaults: unbekanntes Verb frobnicate (siehe help)\n"),
+            ("absent key", ["read", D, "nope"], 1, "err",
+             "bkgcolors-defaults: Schlüssel nope existiert nicht in Domäne org.example.app\n"),
+            ("help", ["--help"], 0, "out", "Aufruf: bkgcolors-defaults [--defaults DATEI]"),
+            ("help verb", ["help"], 0, "out", "Exit-Status: 0 erledigt"),
+        ]
+        self.speak("de_DE.UTF-8")
+        for name, args, status, stream, german in rows:
+            with self.subTest(name):
+                code, out, err = self.run_tool(*args)
+                self.assertEqual(code, status, err)
+                self.assertIn(german, {"out": out, "err": err}[stream])
+        with open(self.path(), "wb") as f:
+            f.write(b"not a property list")
+        code, _, err = self.run_tool("write", D, "k", "v")
+        self.assertEqual(code, 0, err)
+        self.assertRegex(err, r"^bkgcolors-defaults: Hinweis: .* could not be parsed; moved to "
+                              r".*\.corrupt\n$")
+
+    def test_what_scripts_read_is_the_same_in_every_language(self):
+        self.make({**ALL_KINDS, "\u00ea": "\u00b5"})
+        self.make({"other": 1.25}, "org.example.two")
+        commands = [["read", D], ["read", D, "real"], ["read-type", D, "real"], ["domains"],
+                    ["find", "E"], ["export", D, "-"]]
+        self.speak(None)
+        english = [self.ok(*args) for args in commands]
+        for locale in self.LOCALES:
+            with self.subTest(locale):
+                self.speak(locale)
+                self.assertEqual([self.ok(*args) for args in commands], english)
+                numbers = os.path.join(self.folder.name, locale + ".plist")
+                self.ok("--defaults", numbers, "write", "k", "-float", "2.5")
+                with open(numbers, "rb") as f:
+                    self.assertEqual(plistlib.load(f), {"k": 2.5})
+                self.assertEqual(self.ok("--defaults", numbers, "read", "k"), "2.5\n")
+
+
 if __name__ == "__main__":
     unittest.main()
