@@ -1,20 +1,21 @@
-// BList.h — the library's doubly linked list of values, addressed by positions.
-//
-// A position (`__POSITION*`) is the address of one node (`BListNode<T>`); it stays valid until that
-// node is removed, whatever else is inserted or removed. Callers walk a list by taking
-// GetHeadPosition() and following each node's `next`, reading or changing `value` in place.
-//
-// Memory: the list owns one heap node per element, each holding the list's own copy of the element
-// (made by T's assignment); a node is freed as soon as it is removed. The caller's elements are
-// never stored or changed.
-//
-// Invariant: m_head and m_tail are both null exactly when m_count is 0; the head's prev and the
-// tail's next are null; following next from the head visits m_count nodes and ends at the tail.
-// Every node carries a number taken from m_nextId, which is never 0 and never goes back (RemoveAll
-// does not reset it; after 0xFFFFFFFF comes 1).
-//
-// Copying: a list cannot be copied; as a serialisable object it packs only its tagged list, not
-// its elements (Set and Get are inherited unchanged).
+/// @file
+/// BList.h — the library's doubly linked list of values, addressed by positions.
+///
+/// A position (`__POSITION*`) is the address of one node (`BListNode<T>`); it stays valid until
+/// that node is removed, whatever else is inserted or removed. Callers walk a list by taking
+/// GetHeadPosition() and following each node's `next`, reading or changing `value` in place.
+///
+/// Memory: the list owns one heap node per element, each holding the list's own copy of the element
+/// (made by T's assignment); a node is freed as soon as it is removed. The caller's elements are
+/// never stored or changed.
+///
+/// Invariant: m_head and m_tail are both null exactly when m_count is 0; the head's prev and the
+/// tail's next are null; following next from the head visits m_count nodes and ends at the tail.
+/// Every node carries a number taken from m_nextId, which is never 0 and never goes back (RemoveAll
+/// does not reset it; after 0xFFFFFFFF comes 1).
+///
+/// Copying: a list cannot be copied; as a serialisable object it packs only its tagged list, not
+/// its elements (Set and Get are inherited unchanged).
 #pragma once
 
 #include "base/BAssert.h"
@@ -28,12 +29,12 @@
 #include <new>
 #include <vector>
 
-// One element of a BList; its address is the element's position.
+/// One element of a BList; its address is the element's position.
 template <class T> struct BListNode {
-    BListNode* prev;  // the node before; null at the head
-    BListNode* next;  // the node after; null at the tail
-    std::uint32_t id; // the node's number within its list, never 0
-    T value;          // the list's own copy of the element
+    BListNode* prev;  ///< the node before; null at the head
+    BListNode* next;  ///< the node after; null at the tail
+    std::uint32_t id; ///< the node's number within its list, never 0
+    T value;          ///< the list's own copy of the element
 };
 
 // A broken precondition on the object itself is checked as "this", which compilers flag as always
@@ -47,60 +48,64 @@ template <class T> struct BListNode {
 #pragma GCC diagnostic ignored "-Wnonnull-compare"
 #endif
 
+/// The library's doubly linked list of values, addressed by positions (see BList.h).
 template <class T> class BList : public BMetaDataClass {
 public:
+    /// The node type; a position is the address of one.
     using Node = BListNode<T>;
 
-    // An empty list whose first node will be numbered 1.
+    /// An empty list whose first node will be numbered 1.
     BList() : m_head(nullptr), m_tail(nullptr), m_count(0), m_nextId(1) { B_ASSERT(this); }
-    // Destroys every element; the base part goes afterwards.
+    /// Destroys every element; the base part goes afterwards.
     ~BList() { RemoveAll(); }
     BList(const BList&) = delete;
     BList& operator=(const BList&) = delete;
 
-    // Adds a copy of elem in front of the head; returns its position.
+    /// Adds a copy of elem in front of the head; returns its position.
     __POSITION* AddHead(T& elem);
-    // Adds a copy of elem after the tail; returns its position.
+    /// Adds a copy of elem after the tail; returns its position.
     __POSITION* AddTail(T& elem);
-    // Adds a copy of elem directly before pos; a null pos means the front, not the end.
+    /// Adds a copy of elem directly before pos; a null pos means the front, not the end.
     __POSITION* InsertBefore(__POSITION* pos, T& elem);
-    // Removes the node at pos; false (and no change) for a null pos. pos must belong to this list.
+    /// Removes the node at pos; false (and no change) for a null pos. pos must belong to this list.
     bool RemoveAt(__POSITION* pos);
-    // Removes the first node; false on an empty list.
+    /// Removes the first node; false on an empty list.
     bool RemoveHead();
-    // Removes the last node; false on an empty list.
+    /// Removes the last node; false on an empty list.
     bool RemoveTail();
-    // Removes every node; the node numbering carries on where it was.
+    /// Removes every node; the node numbering carries on where it was.
     void RemoveAll();
-    // The tail's element, in place; the list must not be empty.
+    /// The tail's element, in place; the list must not be empty.
     T& GetTail();
-    // The head's position; null for an empty list.
+    /// The head's position; null for an empty list.
     __POSITION* GetHeadPosition() const;
-    // Number of elements.
+    /// Number of elements.
     std::uint32_t GetCount() const;
 
 protected:
-    // A new unlinked node holding a copy of elem and the next number; does not touch the chain.
+    /// A new unlinked node holding a copy of elem and the next number; does not touch the chain.
     Node* MakeNode(T& elem);
 
-    // Reorders the list into a stable order (order[r] is the index from the head of the element of
-    // rank r) with the result of repeatedly moving the smallest remaining element in front of the
-    // current one: an element keeps its node and number exactly when every element before it
-    // sorts before it. Every other element is moved: it takes the next number, in sorted order, as
-    // a new node would, and renew(index, value) makes its value what the moved copy holds. Its
-    // storage is reused, so a sort allocates nothing per element.
-    // nodes are the list's nodes from head to tail.
+    /// Reorders the list into a stable order (order[r] is the index from the head of the element of
+    /// rank r) with the result of repeatedly moving the smallest remaining element in front of the
+    /// current one: an element keeps its node and number exactly when every element before it
+    /// sorts before it. Every other element is moved: it takes the next number, in sorted order, as
+    /// a new node would, and renew(index, value) makes its value what the moved copy holds. Its
+    /// storage is reused, so a sort allocates nothing per element.
+    /// nodes are the list's nodes from head to tail.
     template <class Renew>
     void ApplyOrder(const std::vector<Node*>& nodes, const std::vector<std::uint32_t>& order,
                     Renew renew);
 
+    /// The node a position stands for.
     static Node* NodeAt(__POSITION* pos) { return reinterpret_cast<Node*>(pos); }
+    /// The position of a node.
     static __POSITION* PositionOf(Node* node) { return reinterpret_cast<__POSITION*>(node); }
 
-    Node* m_head;
-    Node* m_tail;
-    std::uint32_t m_count;
-    std::uint32_t m_nextId;
+    Node* m_head;           ///< the first node; null when the list is empty
+    Node* m_tail;           ///< the last node; null when the list is empty
+    std::uint32_t m_count;  ///< number of nodes
+    std::uint32_t m_nextId; ///< the number the next node gets; never 0
 
 private:
     friend struct BListTestPeer;

@@ -1,14 +1,15 @@
-// ListLinks.h — the chain steps both list templates (BList, LinkedList) share: linking a node at
-// either end or before another, and unlinking and freeing nodes.
-//
-// Free function templates over any node type with `prev` and `next`, working on the list's own
-// head, tail and count, so that each list keeps its layout and its checks of itself. Nodes are
-// allocated by the list and freed here with delete; no step allocates.
+/// @file
+/// ListLinks.h — the chain steps both list templates (BList, LinkedList) share: linking a node at
+/// either end or before another, and unlinking and freeing nodes.
+///
+/// Free function templates over any node type with `prev` and `next`, working on the list's own
+/// head, tail and count, so that each list keeps its layout and its checks of itself. Nodes are
+/// allocated by the list and freed here with delete; no step allocates.
 #pragma once
 
 namespace ListLinks {
 
-// Links an unlinked node after the tail.
+/// Links an unlinked node after the tail.
 template <class Node, class Count>
 void LinkTail(Node*& head, Node*& tail, Count& count, Node* node) {
     ++count;
@@ -21,7 +22,7 @@ void LinkTail(Node*& head, Node*& tail, Count& count, Node* node) {
     tail = node;
 }
 
-// Links an unlinked node in front of the head.
+/// Links an unlinked node in front of the head.
 template <class Node, class Count>
 void LinkHead(Node*& head, Node*& tail, Count& count, Node* node) {
     ++count;
@@ -34,7 +35,7 @@ void LinkHead(Node*& head, Node*& tail, Count& count, Node* node) {
     head = node;
 }
 
-// Unlinks and frees the head; false on an empty chain.
+/// Unlinks and frees the head; false on an empty chain.
 template <class Node, class Count> bool RemoveHead(Node*& head, Node*& tail, Count& count) {
     Node* old = head;
     if (!old)
@@ -51,7 +52,7 @@ template <class Node, class Count> bool RemoveHead(Node*& head, Node*& tail, Cou
     return true;
 }
 
-// Unlinks and frees the tail; false on an empty chain.
+/// Unlinks and frees the tail; false on an empty chain.
 template <class Node, class Count> bool RemoveTail(Node*& head, Node*& tail, Count& count) {
     Node* old = tail;
     if (!old)
@@ -68,7 +69,7 @@ template <class Node, class Count> bool RemoveTail(Node*& head, Node*& tail, Cou
     return true;
 }
 
-// Unlinks and frees node, which must be in the chain; false, changing nothing, for null.
+/// Unlinks and frees node, which must be in the chain; false, changing nothing, for null.
 template <class Node, class Count>
 bool RemoveAt(Node*& head, Node*& tail, Count& count, Node* node) {
     if (!node)
@@ -84,7 +85,7 @@ bool RemoveAt(Node*& head, Node*& tail, Count& count, Node* node) {
     return true;
 }
 
-// Frees every node and empties the chain.
+/// Frees every node and empties the chain.
 template <class Node, class Count> void RemoveAll(Node*& head, Node*& tail, Count& count) {
     for (Node* node = head; node;) {
         Node* next = node->next;
