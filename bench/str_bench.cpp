@@ -12,6 +12,7 @@
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <random>
 #include <string>
 #include <string_view>
@@ -149,28 +150,36 @@ void Concat100_Std(benchmark::State& state) {
 
 // --- Searching --------------------------------------------------------------------------------
 
-// The needle's first character is frequent in the text ('n', one letter in 32), so most of the
-// work is checking candidates.
-void FindFrequent1M_Str(benchmark::State& state) {
-    const Str text(Haystack().c_str());
+// Finds `needle` at the end of `haystack`, with the library and with the standard library; both
+// check that the search ran to the end.
+void FindAtEnd_Str(benchmark::State& state, const std::string& haystack, const char* needle) {
+    const Str text(haystack.c_str());
     int at = 0;
     for (auto _ : state) {
-        at = text.Find(kNeedle, 0);
+        at = text.Find(needle, 0);
         benchmark::DoNotOptimize(at);
     }
-    if (at != text.GetLength() - 6)
+    if (at != text.GetLength() - static_cast<int>(std::strlen(needle)))
         state.SkipWithError("text not found at the end");
 }
 
-void FindFrequent1M_Std(benchmark::State& state) {
-    const std::string& text = Haystack();
+void FindAtEnd_Std(benchmark::State& state, const std::string& text, const char* needle) {
     std::size_t at = 0;
     for (auto _ : state) {
-        at = text.find(kNeedle, 0);
+        at = text.find(needle, 0);
         benchmark::DoNotOptimize(at);
     }
-    if (at != text.size() - 6)
+    if (at != text.size() - std::strlen(needle))
         state.SkipWithError("text not found at the end");
+}
+
+// The needle's first character is frequent in the text ('n', one letter in 32), so most of the
+// work is checking candidates.
+void FindFrequent1M_Str(benchmark::State& state) {
+    FindAtEnd_Str(state, Haystack(), kNeedle);
+}
+void FindFrequent1M_Std(benchmark::State& state) {
+    FindAtEnd_Std(state, Haystack(), kNeedle);
 }
 
 // The needle's first character occurs nowhere before the end, so the work is one scan.
@@ -181,29 +190,14 @@ const std::string& RareHaystack() {
 }
 
 void FindRare1M_Str(benchmark::State& state) {
-    const Str text(RareHaystack().c_str());
-    int at = 0;
-    for (auto _ : state) {
-        at = text.Find(kRareNeedle, 0);
-        benchmark::DoNotOptimize(at);
-    }
-    if (at != text.GetLength() - 7)
-        state.SkipWithError("text not found at the end");
+    FindAtEnd_Str(state, RareHaystack(), kRareNeedle);
 }
-
 void FindRare1M_Std(benchmark::State& state) {
-    const std::string& text = RareHaystack();
-    std::size_t at = 0;
-    for (auto _ : state) {
-        at = text.find(kRareNeedle, 0);
-        benchmark::DoNotOptimize(at);
-    }
-    if (at != text.size() - 7)
-        state.SkipWithError("text not found at the end");
+    FindAtEnd_Std(state, RareHaystack(), kRareNeedle);
 }
 
-// The form of a rare first character: 1 MiB of 'a' with a 'b' every 7th byte and the
-// needle only at its end, so no candidate is met before it.
+// A rare first character in plain text: 1 MiB of 'a' with a 'b' every 7th byte and the needle
+// only at its end, so no candidate is met before it.
 const std::string& PlainHaystack() {
     static const std::string text = [] {
         std::string s((1u << 20) - 6, 'a');
@@ -215,25 +209,10 @@ const std::string& PlainHaystack() {
 }
 
 void FindRarePlain1M_Str(benchmark::State& state) {
-    const Str text(PlainHaystack().c_str());
-    int at = 0;
-    for (auto _ : state) {
-        at = text.Find(kNeedle, 0);
-        benchmark::DoNotOptimize(at);
-    }
-    if (at != text.GetLength() - 6)
-        state.SkipWithError("text not found at the end");
+    FindAtEnd_Str(state, PlainHaystack(), kNeedle);
 }
-
 void FindRarePlain1M_Std(benchmark::State& state) {
-    const std::string& text = PlainHaystack();
-    std::size_t at = 0;
-    for (auto _ : state) {
-        at = text.find(kNeedle, 0);
-        benchmark::DoNotOptimize(at);
-    }
-    if (at != text.size() - 6)
-        state.SkipWithError("text not found at the end");
+    FindAtEnd_Std(state, PlainHaystack(), kNeedle);
 }
 
 // The peer of the no-case search: a search whose comparison folds both sides to lower case.
