@@ -219,15 +219,11 @@ std::vector<std::string> UserDefaults::allKeys() const {
 
 bool UserDefaults::synchronize() {
     using State = File::State;
-    if (pending_.empty()) {
-        reload();
-        return file_->state != State::Unreadable;
-    }
     // A file that cannot be read (or is no regular file) is refused before anything is locked
     // or made.
     reload();
-    if (file_->state == State::Unreadable)
-        return false;
+    if (pending_.empty() || file_->state == State::Unreadable)
+        return file_->state != State::Unreadable;
     const std::string target = file_->target;
     std::string error, aside;
     std::map<std::string, Value> merged;
