@@ -8,25 +8,45 @@ import os
 import subprocess
 import sys
 import tempfile
-import time
 import unittest
 
 import gi
 
 gi.require_version("Atspi", "2.0")
-from gi.repository import Atspi  # noqa: E402
+from gi.repository import Atspi, GLib  # noqa: E402
 
 BIN, PLUGIN = sys.argv[1], sys.argv[2]
 
 
+# What the tree tells when it changes: an application or window comes or goes, a node is added,
+# renamed or changes state.
+CHANGES = ("object:children-changed", "object:property-change", "object:state-changed", "window")
+
+
 def wait_for(what, limit=30.0):
-    """`what()` once it is true, or None when it is not within `limit` seconds."""
-    deadline = time.monotonic() + limit
-    while True:
+    """`what()` once it is true, or None when it is not within `limit` seconds. It is asked once,
+    then again each time the accessibility tree tells of a change, never on a timer."""
+    loop = GLib.MainLoop()
+    found = None
+
+    def ask(_event=None):
+        nonlocal found
         found = what()
-        if found or time.monotonic() >= deadline:
-            return found
-        time.sleep(0.05)
+        if found:
+            loop.quit()
+
+    listener = Atspi.EventListener.new(ask)
+    for change in CHANGES:
+        listener.register(change)
+    ask()
+    if not found:
+        timer = GLib.timeout_add(int(limit * 1000), loop.quit)
+        loop.run()
+        if found:
+            GLib.source_remove(timer)
+    for change in CHANGES:
+        listener.deregister(change)
+    return found
 
 
 def walk(node):
