@@ -94,6 +94,7 @@ TEST(BFilenamePath, OperationsTable) {
         {"SetExtension", "a.doc", "", "a"},
         {"SetExtension", "a", "txt", "a.txt"},
         {"StripExtension", "a.b.c", "", "a.b"},
+        {"StripExtension", ".profile", "", ""},
         {"RenameFile", "report.doc", "sum.txt", "sum.doc"},
         {"RenameFile", "README", "notes.txt", "notes"},
         {"AppendToName", "report.doc", "_old", "report_old.doc"},
@@ -122,4 +123,13 @@ TEST(BFilenamePath, OperationsTable) {
     };
     for (const auto& [op, in, arg, want] : rows)
         EXPECT_EQ(Apply(op, in, arg), want) << op << " '" << in << "' '" << arg << "'";
+}
+
+// The text utilities read no byte outside the text they are given, and take null as nothing.
+TEST(BFilenamePath, TextUtilitiesStayInsideTheirText) {
+    const BFilename f;
+    const char slash[] = "/";
+    EXPECT_FALSE(f.EndsWithDelimiter(slash + 1)) << "an empty text ends with no delimiter";
+    f.ReplaceChar(nullptr, '/', ':');
+    EXPECT_EQ(Text(f.PathForOS(nullptr)), "");
 }

@@ -110,7 +110,7 @@ TEST(BMemFile, TypedReadsAreLittleEndianAndShortReadsZeroMissingHighBytes) {
     EXPECT_EQ(i, -2);
 }
 
-TEST(BMemFile, SetLengthCases) {
+TEST(BMemFile, SetLengthAndAttachSetTheLength) {
     const unsigned char bytes[4] = {7, 8, 9, 10};
     BMemFile f(bytes, 4);
     f.SetPosition(3);
@@ -128,6 +128,8 @@ TEST(BMemFile, SetLengthCases) {
     EXPECT_EQ(g.SetLength(0), 0u);
     EXPECT_EQ(g.m_capacity + g.m_length + g.m_position, 0u);
     EXPECT_EQ(g.m_buffer, nullptr);
+    g.Attach(new unsigned char[1]{7}, -1);
+    EXPECT_EQ(g.m_capacity + g.m_length, 0u) << "a negative length attaches nothing";
 }
 
 TEST(BMemFileDeathTest, BrokenPreconditionsStopTheProgram) {

@@ -24,7 +24,7 @@ TEST(StrConvert, HeapCopiesAndWideTextFollowTheLocale) {
     EXPECT_EQ(Char::ToANSI(L'\x263A'), '?');
     EXPECT_EQ(Char::ToUnicode('x'), L'x');
     Str w;
-    w.Copy_FromUni(L"h\x263Ai");
+    w = L"h\x263Ai";
     EXPECT_STREQ(w, "h?i");
     w += L"!";
     w.AppendChar(L'?');

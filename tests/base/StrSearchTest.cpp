@@ -137,6 +137,9 @@ TEST(StrSearch, SharpEdges) {
     EXPECT_EQ(zero.Find('c', 3), 3);
     EXPECT_FALSE(zero == "ab") << "equality counts the whole length";
     EXPECT_EQ(std::string(Str("abacus").SpanExcluding("z")), "") << "no character of the set";
+    const std::string a130(130, 'a');
+    EXPECT_EQ(Str(("x" + a130).c_str()).FindNoCase(std::string(130, 'A').c_str()), 1)
+        << "needle of 130";
 }
 
 TEST(StrSearch, TokenizeSetsThePositionToTheDelimiterThenMinusOne) {
@@ -228,10 +231,17 @@ TEST(StrSearch, ReplaceAndCaseConversionWriteOnlyWhenTheTextChanges) {
     EXPECT_EQ(STR_ReplaceCore(own, p + 6, p + 2, 0), 3) << "find and repl inside the text";
     EXPECT_EQ(std::string(own), "-ab-ab--ab-ab--ab-ab");
 
-    const Str lower("already lower 123");
-    Str copy = lower;
-    copy.Str_MakeUL(0);
-    EXPECT_EQ(Header(lower).refCount, 2);
+    // Case conversion starts at the first character it changes; text already in the case asked
+    // stays shared.
+    const std::tuple<const char*, signed char, const char*> cases[] = {
+        {"Abc", 0, "abc"}, {"abC", 1, "ABC"}, {"already lower 123", 0, "already lower 123"}};
+    for (const auto& [text, upper, expected] : cases) {
+        const Str original(text);
+        Str copy = original;
+        copy.Str_MakeUL(upper);
+        EXPECT_EQ(Text(copy), expected);
+        EXPECT_EQ(Header(original).refCount, std::strcmp(text, expected) ? 1 : 2) << text;
+    }
 }
 
 #if defined(__SANITIZE_ADDRESS__)
