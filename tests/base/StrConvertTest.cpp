@@ -7,6 +7,7 @@
 #include <cwchar>
 
 using strtest::Header;
+using strtest::Text;
 
 TEST(StrConvert, HeapCopiesAndWideTextFollowTheLocale) {
     Str s("ab\x7F");
@@ -33,8 +34,10 @@ TEST(StrConvert, HeapCopiesAndWideTextFollowTheLocale) {
 
 TEST(StrConvert, MultiThreadMarkTravelsWithTheText) {
     Str marked;
+    Str("a block the pool hands out next").Reset();
     // A Str is its text pointer: the new block is placed the way its callers place it.
     *reinterpret_cast<char**>(&marked) = StrImplementation::NewEmptyMTForceNI(10);
+    EXPECT_EQ(Text(marked), "") << "a reused block is emptied";
     EXPECT_EQ(Header(marked).flags, 1u);
     EXPECT_EQ(Header(marked).capacity, 63);
     marked.AppendChars(std::string(100, 'x').c_str());

@@ -111,6 +111,13 @@ TEST_F(StrPool, ChainsReuseLastInFirstOutUpToTheirLimit) {
     }
 }
 
+TEST_F(StrPool, ReleasingAChainPastTheLastChangesNothing) {
+    const std::vector<const char*> pooled = TakeAndRelease(2, 63);
+    StrImplementation::STR_rls_chain(11);
+    const Str reuse("pooled");
+    EXPECT_EQ(P(reuse), pooled[1]);
+}
+
 TEST_F(StrPool, LargeBlocksCompactionAndShutdownGoToTheHeap) {
     if (!strtest::kHaveHeapProbe)
         GTEST_SKIP() << "no exact heap probe in this build";
