@@ -38,6 +38,7 @@ TEST(StrConvert, MultiThreadMarkTravelsWithTheText) {
     // A Str is its text pointer: the new block is placed the way its callers place it.
     *reinterpret_cast<char**>(&marked) = StrImplementation::NewEmptyMTForceNI(10);
     EXPECT_EQ(Text(marked), "") << "a reused block is emptied";
+    EXPECT_STREQ(marked, "");
     EXPECT_EQ(Header(marked).flags, 1u);
     EXPECT_EQ(Header(marked).capacity, 63);
     marked.AppendChars(std::string(100, 'x').c_str());

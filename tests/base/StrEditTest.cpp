@@ -205,6 +205,8 @@ TEST(StrEdit, CapacitiesFollowTheSizingRules) {
     };
     const Row rows[] = {
         {"prealloc counts", Edited("abc", 200, false, keep), 255, 3},
+        {"negative length", Edited("", 0, false, [](Str& s) { s.NewFromString("a", -1, 9, 0); }),
+         63, 0},
         {"length 64", Edited(s63 + "b", 0, false, keep), 127, 64},
         {"Preallocate", Edited("", 0, false, [](Str& s) { s.Preallocate(64); }), 127, 0},
         {"old length sizes a shared block's copy", Edited(s500, 0, true, copy), 511, 3},

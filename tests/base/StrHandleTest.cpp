@@ -13,12 +13,13 @@ const auto P = [](const Str& s) { return static_cast<const char*>(s); };
 TEST(StrHandle, EmptyStringsShareTheStaticBlockAndNeverCount) {
     const long long heap = strtest::HeapBytes();
     {
-        Str a, b(""), c = a;
+        Str a, b(""), c = a, d("text");
         c = Str::EmptyStr;
+        d = static_cast<const char*>(nullptr);
         b = Str();
         a.AppendChars("", 0);
         Str moved(std::move(c));
-        for (const Str* s : {&a, &b, &c, &moved})
+        for (const Str* s : {&a, &b, &c, &d, &moved})
             EXPECT_TRUE(OnEmptyBlock(*s));
     }
     EXPECT_EQ(strtest::HeapBytes(), heap);
