@@ -112,11 +112,13 @@ TEST_F(StrPool, ChainsReuseLastInFirstOutUpToTheirLimit) {
     }
 }
 
-TEST_F(StrPool, ReleasingAChainPastTheLastChangesNothing) {
+TEST_F(StrPool, AChainPastTheLastIsIgnoredAndTheShutdownFlagReadsBack) {
     const std::vector<const char*> pooled = TakeAndRelease(2, 63);
     StrImplementation::STR_rls_chain(11);
     const Str reuse("pooled");
     EXPECT_EQ(P(reuse), pooled[1]);
+    EXPECT_EQ(Str::SetShutdownFlag(1), 1);
+    EXPECT_EQ(Str::SetShutdownFlag(0), 0);
 }
 
 TEST_F(StrPool, LargeBlocksCompactionAndShutdownGoToTheHeap) {

@@ -126,6 +126,12 @@ TEST(StrSearch, SharpEdges) {
     EXPECT_EQ(zero.Find("cd"), -1);
     EXPECT_EQ(zero.Find('c', 3), 3);
     EXPECT_FALSE(zero == "ab") << "equality counts the whole length";
+    Str trimmed = zero;
+    trimmed.TrimRight("d");
+    EXPECT_EQ(Text(trimmed), std::string("ab\0c", 4)) << "a zero byte is in no set";
+    trimmed = "\001b";
+    trimmed.TrimLeft("\001");
+    EXPECT_EQ(Text(trimmed), "b");
     EXPECT_EQ(std::string(Str("abacus").SpanExcluding("z")), "") << "no character of the set";
     const std::string a130(130, 'a');
     EXPECT_EQ(Str(("x" + a130).c_str()).FindNoCase(std::string(130, 'A').c_str()), 1)
