@@ -26,24 +26,15 @@ std::vector<std::pair<std::string, Bytes>> Items(const BMetaDataTaggedList& list
     return items;
 }
 
-// What a getter must give for data: numbers read little-endian from the first bytes on every host;
-// pointers and positions are kept as the host's own image of the address.
+// What a getter must give for data: numbers as the memory file reads them, little-endian from the
+// first bytes on every host; pointers and positions as the host's own image of the address.
 template <class T> T Expected(const Bytes& data) {
-    const Bytes padded = Concat({data, Bytes(sizeof(T), 0)});
-    T value;
-    if constexpr (std::is_pointer_v<T>) {
+    Bytes padded = Concat({data, Bytes(sizeof(T), 0)});
+    T value{};
+    if constexpr (std::is_pointer_v<T>)
         std::memcpy(&value, padded.data(), sizeof value);
-    } else {
-        std::uint64_t bits = 0;
-        for (std::size_t i = sizeof(T); i-- > 0;)
-            bits = bits << 8 | padded[i];
-        if constexpr (std::is_floating_point_v<T>) {
-            const auto word = static_cast<std::uint32_t>(bits);
-            std::memcpy(&value, &word, sizeof value);
-        } else {
-            value = static_cast<T>(bits);
-        }
-    }
+    else
+        BMemFile(padded.data(), sizeof(T)).Read(value);
     return value;
 }
 
