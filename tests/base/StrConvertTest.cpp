@@ -31,6 +31,9 @@ TEST(StrConvert, HeapCopiesAndWideTextFollowTheLocale) {
     w += L"!";
     w.AppendChar(L'?');
     EXPECT_STREQ(w, "h?i!?");
+    const Str sharer = w;
+    w = L"x";
+    EXPECT_EQ(Header(sharer).refCount, 1) << "the block given up is released";
 }
 
 TEST(StrConvert, MultiThreadMarkTravelsWithTheText) {

@@ -218,6 +218,7 @@ TEST(StrEdit, CapacitiesFollowTheSizingRules) {
         {"Mid sizes for its result", Str(s200.c_str()).Mid(100, 10), 63, 10},
         {"Str + Str sized once", Str("0123456789") + Str(s63.c_str()), 127, 73},
         {"Str + char", Str(s63.c_str()) + 'x', 127, 64},
+        {"char + Str", 'x' + Str(s63.c_str()), 127, 64},
     };
     for (const auto& [why, s, capacity, length] : rows) {
         SCOPED_TRACE(why);
