@@ -184,7 +184,7 @@ TEST(StrFormat, PrintfCornerCasesTable) {
         {"%e", 0.0},      {"%.0e", 15.0}, {"%#.0e", 1.0},   {"%E", 1e-310},
         {"%g", 100000.0}, {"%g", 1e6},    {"%g", 1e-5},     {"%#g", 1.0},
         {"%.0g", 0.5},    {"%G", 1e-40},  {"%f", HUGE_VAL}, {"%-6f|", -HUGE_VAL},
-        {"%5.1f", NAN}};
+        {"%5.1f", NAN},   {"%128f", 1.0}};
     for (const auto& [fmt, v] : ints)
         same(fmt, v);
     for (const auto& [fmt, v] : reals)
@@ -236,6 +236,7 @@ TEST(StrFormat, EngineConversionsAndAppendersTable) {
         {Fmt("[%-9.1!]", &zero), std::string("[a\0b]", 5), "Str keeps embedded zeros"},
         {Fmt("%!", static_cast<const Str*>(nullptr)), "(null)", "null Str"},
         {Fmt("%.*s|%*s|", -1, "abc", 12, "ab"), "abc|ab|", "stars on strings"},
+        {Fmt("%.*s|", 2, "abc"), "ab|", "a star precision on a string"},
         {Fmt("%q%zu"), "qzu", "unknown letters"},
         {Fmt("%5-d|%LLd|%d", 1, 1LL, 2), "%5-d|%LLd|2", "printf's grammar refused"},
         {Fmt("%99999999999d|", 5), "|", "a width printf cannot reach gives nothing"},

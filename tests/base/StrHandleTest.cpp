@@ -43,6 +43,9 @@ TEST(StrHandle, CopySharesUntilWrite) {
     Str c(std::move(b));
     EXPECT_TRUE(OnEmptyBlock(b));
     EXPECT_EQ(Header(c).refCount, 2);
+    a.ReleaseBuffer(2);
+    EXPECT_EQ(Text(a), "he");
+    EXPECT_EQ(Header(c).refCount, 1) << "the shared block given up is released";
 }
 
 TEST(StrHandle, ExceptionsHoldAValidCopyOfTheString) {
@@ -119,6 +122,16 @@ TEST_F(StrPool, AChainPastTheLastIsIgnoredAndTheShutdownFlagReadsBack) {
     EXPECT_EQ(P(reuse), pooled[1]);
     EXPECT_EQ(Str::SetShutdownFlag(1), 1);
     EXPECT_EQ(Str::SetShutdownFlag(0), 0);
+}
+
+TEST_F(StrPool, CompactGivesTheLargerBlockBack) {
+    Str text("0123456789");
+    text.Preallocate(200);
+    const char* large = text;
+    text.Compact(0);
+    Str again;
+    again.Preallocate(200);
+    EXPECT_EQ(P(again), large);
 }
 
 TEST_F(StrPool, LargeBlocksCompactionAndShutdownGoToTheHeap) {
