@@ -168,6 +168,8 @@ TEST(StrEdit, BadArgumentsThrowTheirCodeAndChangeNothing) {
         {"Delete from a negative index", "abc", [](Str& s) { s.Delete(-1, 1); }, Str::ecIndexRange},
         {"Mid from a negative index", "abc", [](Str& s) { s = s.Mid(-1, 2); }, Str::ecIndexRange},
         {"Find a char past the end", "abc", [](Str& s) { s.Find('c', 4); }, Str::ecIndexRange},
+        {"ReverseFind from the terminator", "abc", [](Str& s) { s.ReverseFind('c', 3); },
+         Str::ecIndexRange},
         {"Find a text from a negative index", "abc", [](Str& s) { s.Find("a", -1); },
          Str::ecIndexRange},
         {"FindOneOf an empty set", "abc", [](Str& s) { s.FindOneOf("", 0); }, Str::ecEmptyArg},
