@@ -136,6 +136,7 @@ TEST(StrSearch, SharpEdges) {
     EXPECT_EQ(Str("a").GetLastChar(), 'a');
     EXPECT_EQ(Text(Str("a\001b").SpanIncluding("a\001")), "a\001");
     EXPECT_EQ(Str::StringSpanExcluding("abc", nullptr), -1) << "a null set holds nothing";
+    EXPECT_EQ(Str("\002b").FindNoCase("Ab"), -1) << "a match starts with its first byte";
     EXPECT_EQ(std::string(Str("abacus").SpanExcluding("z")), "") << "no character of the set";
     const std::string a130(130, 'a');
     EXPECT_EQ(Str(("x" + a130).c_str()).FindNoCase(std::string(130, 'A').c_str()), 1)
