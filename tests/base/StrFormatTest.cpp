@@ -279,6 +279,8 @@ TEST(StrFormat, ErrorsKeepTextFormattedBefore) {
 }
 
 TEST(StrFormat, EstimateSizesTheFirstBlock) {
+    // 2^21 - 2 signs reach 2^26 - 62, and the last, before an 's', passes it by 65.
+    const std::string many = std::string(2 * ((1 << 20) - 1), '%') + "%s";
     struct Row {
         int capacity;
         Str s;
@@ -292,6 +294,7 @@ TEST(StrFormat, EstimateSizesTheFirstBlock) {
         {191, Str().Format("%%s"), "the second '%' sees 's': 32 + 128 + 1"},
         {63, Str().Format("% s", "x"), "only the character behind '%' counts"},
         {319, Str().Format(L"%s%s", L"x", L"y"), "the narrowed wide format: 2 * 129"},
+        {(1 << 26) | 63, Str().Format(many.c_str(), ""), "the estimate stops at 2^26"},
     };
     for (const auto& [capacity, s, why] : rows)
         EXPECT_EQ(strtest::Header(s).capacity, capacity) << why;

@@ -125,6 +125,7 @@ TEST(StrSearch, SharpEdges) {
     EXPECT_EQ(zero.Find('c'), -1) << "searches stop at an embedded zero";
     EXPECT_EQ(zero.Find("cd"), -1);
     EXPECT_EQ(zero.Find('c', 3), 3);
+    EXPECT_EQ(zero.Find('a'), 0) << "from the start";
     EXPECT_FALSE(zero == "ab") << "equality counts the whole length";
     Str trimmed = zero;
     trimmed.TrimRight("d");
