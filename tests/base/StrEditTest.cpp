@@ -172,6 +172,8 @@ TEST(StrEdit, BadArgumentsThrowTheirCodeAndChangeNothing) {
          Str::ecIndexRange},
         {"Find a text from a negative index", "abc", [](Str& s) { s.Find("a", -1); },
          Str::ecIndexRange},
+        {"FindOneOf from a negative index", "abc", [](Str& s) { s.FindOneOf("a", -1); },
+         Str::ecIndexRange},
         {"FindOneOf an empty set", "abc", [](Str& s) { s.FindOneOf("", 0); }, Str::ecEmptyArg},
         {"Replace an empty text", "abc",
          [](Str& s) { StrImplementation::STR_ReplaceCore(s, "", "x", 0); }, Str::ecEmptyArg},

@@ -137,6 +137,8 @@ TEST(StrSearch, SharpEdges) {
     EXPECT_EQ(Str("a").GetLastChar(), 'a');
     EXPECT_EQ(Text(Str("a\001b").SpanIncluding("a\001")), "a\001");
     EXPECT_EQ(Str::StringSpanExcluding("abc", nullptr), -1) << "a null set holds nothing";
+    for (const char* first : {"", "@", "\x80", "\xC0"})
+        EXPECT_EQ(Text(Str(first).SpanIncluding("ab")), "") << "the set holds only its bytes";
     EXPECT_EQ(Str("\002b").FindNoCase("Ab"), -1) << "a match starts with its first byte";
     EXPECT_EQ(std::string(Str("abacus").SpanExcluding("z")), "") << "no character of the set";
     const std::string a130(130, 'a');
