@@ -184,7 +184,7 @@ TEST(StrFormat, PrintfCornerCasesTable) {
         {"%e", 0.0},      {"%.0e", 15.0}, {"%#.0e", 1.0},   {"%E", 1e-310},
         {"%g", 100000.0}, {"%g", 1e6},    {"%g", 1e-5},     {"%#g", 1.0},
         {"%.0g", 0.5},    {"%G", 1e-40},  {"%f", HUGE_VAL}, {"%-6f|", -HUGE_VAL},
-        {"%5.1f", NAN},   {"%128f", 1.0}};
+        {"%5.1f", NAN},   {"%128f", 1.0}, {"%4096f", 1.0},  {"%.0f", 0x1p116}};
     for (const auto& [fmt, v] : ints)
         same(fmt, v);
     for (const auto& [fmt, v] : reals)
@@ -195,6 +195,7 @@ TEST(StrFormat, PrintfCornerCasesTable) {
     same("%Lf", 1.5L);
     same("%.3Le", 2.0L);
     same("%p", static_cast<void*>(nullptr));
+    EXPECT_EQ(Fmt("%.*f|%.*f", 0, 2.5, -1, 0.5), Printf("%.*f|%.*f", 0, 2.5, -1, 0.5));
 }
 
 // The differences from printf that Str.h lists beside Format, one row each.
@@ -240,6 +241,7 @@ TEST(StrFormat, EngineConversionsAndAppendersTable) {
         {Fmt("%q%zu"), "qzu", "unknown letters"},
         {Fmt("%5-d|%LLd|%d", 1, 1LL, 2), "%5-d|%LLd|2", "printf's grammar refused"},
         {Fmt("%llld|%d", 1LL, 2), "%llld|2", "refused, three l still take a long long"},
+        {Fmt("%5-ld|%d", 1L, 2), "%5-ld|2", "refused, l takes a long"},
         {Fmt("%99999999999d|", 5), "|", "a width printf cannot reach gives nothing"},
         {Text(Str().Format(L"%s+%S=%d", L"wide", "narrow", 3)), "wide+narrow=3", "wide format"},
         // The appenders keep the present text.
