@@ -240,7 +240,7 @@ TEST(StrFormat, EngineConversionsAndAppendersTable) {
         {Fmt("%.*s|", 2, "abc"), "ab|", "a star precision on a string"},
         {Fmt("%q%zu"), "qzu", "unknown letters"},
         {Fmt("%5-d|%LLd|%d", 1, 1LL, 2), "%5-d|%LLd|2", "printf's grammar refused"},
-        {Fmt("%llld|%d", 1LL, 2), "%llld|2", "refused, three l still take a long long"},
+        {Fmt("%lllf|%Lf", 1.0L, 2.5L), "%lllf|2.500000", "refused, three l take a long double"},
         {Fmt("%5-ld|%d", 1L, 2), "%5-ld|2", "refused, l takes a long"},
         {Fmt("%99999999999d|", 5), "|", "a width printf cannot reach gives nothing"},
         {Text(Str().Format(L"%s+%S=%d", L"wide", "narrow", 3)), "wide+narrow=3", "wide format"},
