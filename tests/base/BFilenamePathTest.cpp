@@ -101,7 +101,8 @@ TEST(BFilenamePath, OperationsTable) {
         {"AppendToName", "README", "?-1", "README-1"},
         {"GetNextUniqueName", "report.txt", "", "report(2).txt"},
         {"GetNextUniqueName", "report(2).txt", "", "report(3).txt"},
-        {"GetNextUniqueName", "a(9).txt", "", "a(10).txt"},
+        {"GetNextUniqueName", "a(10).txt", "", "a(11).txt"},
+        {"GetNextUniqueName", "a(+5).txt", "", "a(6).txt"},
         {"GetNextUniqueName", "notes", "", "notes(2)"},
         // The number is read after the first '(' only, and wraps in 32 bits.
         {"GetNextUniqueName", "a(1)(5).txt", "", "a(2).txt"},

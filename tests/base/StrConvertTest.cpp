@@ -23,6 +23,7 @@ TEST(StrConvert, HeapCopiesAndWideTextFollowTheLocale) {
     // In the C locale bytes above 0x7F and wide characters above it have no counterpart.
     EXPECT_EQ(Char::ToANSI(L'x'), 'x');
     EXPECT_EQ(Char::ToANSI(L'\001'), '\001');
+    EXPECT_EQ(Char::ToANSI(L'\0'), '\0');
     EXPECT_EQ(Char::ToANSI(L'\x263A'), '?');
     EXPECT_EQ(Char::ToUnicode('x'), L'x');
     Str w;

@@ -135,6 +135,7 @@ TEST(StrSearch, SharpEdges) {
     EXPECT_EQ(Text(trimmed), "b");
     EXPECT_EQ(Text(Str(" a ").Trim(" ")), "a");
     EXPECT_EQ(Str("a").GetLastChar(), 'a');
+    EXPECT_EQ(Str().GetLastChar(), 0);
     EXPECT_EQ(Text(Str("aab").SpanIncluding("a")), "aa");
     EXPECT_EQ(Str::StringSpanExcluding("abc", nullptr), -1) << "a null set holds nothing";
     for (const char* first : {"", "@", "\x80", "\xC0"})
