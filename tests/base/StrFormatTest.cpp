@@ -193,6 +193,7 @@ TEST(StrFormat, PrintfCornerCasesTable) {
     same("%lu", -1L);
     same("%lld", LLONG_MIN);
     same("%#llo", 8LL);
+    same("%128lld", 7LL);
     same("%Lf", 1.5L);
     same("%.3Le", 2.0L);
     same("%p", static_cast<void*>(nullptr));
