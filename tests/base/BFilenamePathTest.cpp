@@ -94,13 +94,15 @@ TEST(BFilenamePath, OperationsTable) {
         {"SetExtension", "a.doc", "", "a"},
         {"SetExtension", "a", "txt", "a.txt"},
         {"StripExtension", "a.b.c", "", "a.b"},
+        {"StripExtension", ".profile", "", ""},
         {"RenameFile", "report.doc", "sum.txt", "sum.doc"},
         {"RenameFile", "README", "notes.txt", "notes"},
         {"AppendToName", "report.doc", "_old", "report_old.doc"},
         {"AppendToName", "README", "?-1", "README-1"},
         {"GetNextUniqueName", "report.txt", "", "report(2).txt"},
         {"GetNextUniqueName", "report(2).txt", "", "report(3).txt"},
-        {"GetNextUniqueName", "a(9).txt", "", "a(10).txt"},
+        {"GetNextUniqueName", "a(10).txt", "", "a(11).txt"},
+        {"GetNextUniqueName", "a(+5).txt", "", "a(6).txt"},
         {"GetNextUniqueName", "notes", "", "notes(2)"},
         // The number is read after the first '(' only, and wraps in 32 bits.
         {"GetNextUniqueName", "a(1)(5).txt", "", "a(2).txt"},
@@ -122,4 +124,13 @@ TEST(BFilenamePath, OperationsTable) {
     };
     for (const auto& [op, in, arg, want] : rows)
         EXPECT_EQ(Apply(op, in, arg), want) << op << " '" << in << "' '" << arg << "'";
+}
+
+// The text utilities read no byte outside the text they are given, and take null as nothing.
+TEST(BFilenamePath, TextUtilitiesStayInsideTheirText) {
+    const BFilename f;
+    const char slash[] = "/";
+    EXPECT_FALSE(f.EndsWithDelimiter(slash + 1)) << "an empty text ends with no delimiter";
+    f.ReplaceChar(nullptr, '/', ':');
+    EXPECT_EQ(Text(f.PathForOS(nullptr)), "");
 }

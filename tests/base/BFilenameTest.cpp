@@ -231,18 +231,3 @@ TEST(BFilename, SetWritesTheRecordAndGetRestoresWhatARecordHolds) {
         EXPECT_EQ(DataOf(f), data) << reason;
     }
 }
-
-TEST(BFilename, SerialisedFormRoundTripsALongDirectory) {
-    BFilename source = Make({std::string(5000, 'd') + "/", "data.zip", "img/", "x.png", "Backup"});
-    source.m_metaData.SetData("name", "value");
-    source.Set();
-    BFilename target;
-    target.OSDelimiter(':');
-    target.m_tag.SetData("mine");
-    static_cast<BMetaData&>(target) = source;
-    target.Get();
-    EXPECT_EQ(PartsOf(target), PartsOf(source));
-    EXPECT_TRUE(target.m_metaData == source.m_metaData);
-    EXPECT_EQ(target.OSDelimiter(0), ':');
-    EXPECT_EQ(target.CompareTag("mine"), 0);
-}

@@ -110,7 +110,7 @@ TEST(BMemFile, TypedReadsAreLittleEndianAndShortReadsZeroMissingHighBytes) {
     EXPECT_EQ(i, -2);
 }
 
-TEST(BMemFile, SetLengthCases) {
+TEST(BMemFile, SetLengthAndAttachSetTheLength) {
     const unsigned char bytes[4] = {7, 8, 9, 10};
     BMemFile f(bytes, 4);
     f.SetPosition(3);
@@ -128,6 +128,8 @@ TEST(BMemFile, SetLengthCases) {
     EXPECT_EQ(g.SetLength(0), 0u);
     EXPECT_EQ(g.m_capacity + g.m_length + g.m_position, 0u);
     EXPECT_EQ(g.m_buffer, nullptr);
+    g.Attach(new unsigned char[1]{7}, -1);
+    EXPECT_EQ(g.m_capacity + g.m_length, 0u) << "a negative length attaches nothing";
 }
 
 TEST(BMemFileDeathTest, BrokenPreconditionsStopTheProgram) {
@@ -184,11 +186,13 @@ TEST(BMemFileRecord, RecordByteTable) {
     }
 }
 
-// The target takes the source's bytes and position, with a capacity of exactly their length, and
-// keeps its own grow-by; assigning a file to itself changes nothing.
-TEST(BMemFile, AssignmentCopiesContentAndPositionAndIgnoresItself) {
+// The target takes the source's bytes, position and file name, with a capacity of exactly their
+// length, and keeps its own grow-by and tagged base; assigning a file to itself changes nothing.
+TEST(BMemFile, AssignmentCopiesContentPositionAndNameAndIgnoresItself) {
     BMemFile empty, shortFile, longFile(Bytes(10000, 7).data(), 10000);
     shortFile.Write("abcdef", 6);
+    shortFile.m_filename.SetStorageString("/dir/\t\t\tname.txt\tdisk");
+    shortFile.m_metaData.SetData("w", 5);
     shortFile.Seek(2, 0);
     longFile.Seek(-1, 2);
     const struct {
@@ -200,11 +204,14 @@ TEST(BMemFile, AssignmentCopiesContentAndPositionAndIgnoresItself) {
         BMemFile target;
         target.SetGrowBy(16);
         target.Write(Bytes(300, 1).data(), 300);
+        target.m_metaData.SetData("target", 2);
         target = source;
         EXPECT_EQ(Written(target), Written(source));
         EXPECT_EQ(target.m_position, source.m_position);
         EXPECT_EQ(target.m_capacity, source.m_length);
         EXPECT_EQ(target.m_growBy, 16u);
+        EXPECT_STREQ(target.m_filename.GetStorageString(), source.m_filename.GetStorageString());
+        EXPECT_EQ(Tags(target.m_metaData), std::vector<std::string>{"target"});
         if (source.m_length != 0) {
             EXPECT_NE(target.m_buffer, source.m_buffer) << "a copy, not a share";
         }
@@ -217,26 +224,4 @@ TEST(BMemFile, AssignmentCopiesContentAndPositionAndIgnoresItself) {
     EXPECT_EQ(shortFile.m_position, 2u);
     EXPECT_EQ(shortFile.m_buffer, buffer);
     EXPECT_EQ(shortFile.m_capacity, capacity);
-}
-
-// Assignment copies the content and the file name but nothing of the tagged base.
-TEST(BMemFileRecord, SetThenGetRoundTripsAndAssignmentCopiesTheName) {
-    BMemFile f, target;
-    f.Write("xyz", 3);
-    f.m_filename.SetStorageString("/dir/\t\t\tname.txt\tdisk");
-    f.m_metaData.SetData("w", 5);
-    f.Set();
-    target.m_metaData.SetData("target", 2);
-    target.Set();
-    target = f;
-    EXPECT_EQ(Written(target), (Bytes{'x', 'y', 'z'}));
-    EXPECT_STREQ(target.m_filename.GetStorageString(), "/dir/\t\t\tname.txt\tdisk");
-    EXPECT_EQ(Tags(target.m_metaData), (std::vector<std::string>{"target"}));
-    f.Write("more", 4);
-    f.m_filename.SetStorageString("other");
-    f.m_metaData.SetData("added", 1);
-    f.Get();
-    EXPECT_EQ(Written(f), (Bytes{'x', 'y', 'z'}));
-    EXPECT_STREQ(f.m_filename.GetStorageString(), "/dir/\t\t\tname.txt\tdisk");
-    EXPECT_EQ(Tags(f.m_metaData), (std::vector<std::string>{"w"}));
 }

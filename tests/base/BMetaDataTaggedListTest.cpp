@@ -26,24 +26,15 @@ std::vector<std::pair<std::string, Bytes>> Items(const BMetaDataTaggedList& list
     return items;
 }
 
-// What a getter must give for data: numbers read little-endian from the first bytes on every host;
-// pointers and positions are kept as the host's own image of the address.
+// What a getter must give for data: numbers as the memory file reads them, little-endian from the
+// first bytes on every host; pointers and positions as the host's own image of the address.
 template <class T> T Expected(const Bytes& data) {
-    const Bytes padded = Concat({data, Bytes(sizeof(T), 0)});
-    T value;
-    if constexpr (std::is_pointer_v<T>) {
+    Bytes padded = Concat({data, Bytes(sizeof(T), 0)});
+    T value{};
+    if constexpr (std::is_pointer_v<T>)
         std::memcpy(&value, padded.data(), sizeof value);
-    } else {
-        std::uint64_t bits = 0;
-        for (std::size_t i = sizeof(T); i-- > 0;)
-            bits = bits << 8 | padded[i];
-        if constexpr (std::is_floating_point_v<T>) {
-            const auto word = static_cast<std::uint32_t>(bits);
-            std::memcpy(&value, &word, sizeof value);
-        } else {
-            value = static_cast<T>(bits);
-        }
-    }
+    else
+        BMemFile(padded.data(), sizeof(T)).Read(value);
     return value;
 }
 
@@ -81,6 +72,7 @@ TEST(BMetaDataTaggedList, TypedGettersNeedTheValuesFullWidth) {
     } rows[] = {
         {"int, first 4 of 8", Takes<int>, {1, 0, 0, 0, 2, 0, 0, 0}, true},
         {"int, 3 bytes", Takes<int>, {1, 2, 3}, false},
+        {"unsigned, 4 bytes", Takes<unsigned int>, {1, 2, 3, 0x84}, true},
         {"unsigned, 0 bytes", Takes<unsigned int>, {}, false},
         {"short, low half of 4", Takes<short>, {0x78, 0x56, 0x34, 0x12}, true},
         {"short, 1 byte", Takes<short>, {1}, false},
@@ -95,6 +87,33 @@ TEST(BMetaDataTaggedList, TypedGettersNeedTheValuesFullWidth) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         EXPECT_EQ(row.takes(row.data), row.taken);
+    }
+}
+
+// The byte getter copies as many bytes as both the item and the buffer hold.
+TEST(BMetaDataTaggedList, ByteGetterCopiesWhatBothHold) {
+    BMetaDataTaggedList list;
+    Append(list, "k", {1, 2, 3});
+    for (const auto& [n, copied] : {std::pair{2u, Bytes{1, 2, 0, 0}}, {5u, Bytes{1, 2, 3, 0}}}) {
+        Bytes out(4, 0);
+        EXPECT_EQ(list.GetData("K", out.data(), n), &list.GetTail());
+        EXPECT_EQ(out, copied);
+    }
+    EXPECT_EQ(list.GetData(Str("k"), nullptr, 3), &list.GetTail());
+    EXPECT_EQ(list.GetData("none", nullptr, 3), nullptr);
+}
+
+// A tag read from a stream need not end in a zero byte: it is its m_size bytes, whatever follows.
+TEST(BMetaDataTaggedList, TagsEndAtTheirSize) {
+    for (const Bytes& tag : {Bytes{'w'}, Bytes{'w', 1}}) {
+        BMetaDataTaggedList list;
+        Append(list, "", {5});
+        BMetaData& stored = list.GetTail().m_tag;
+        SetDataBytes(stored, Concat({tag, {'y'}}));
+        stored.m_size = static_cast<unsigned int>(tag.size());
+        const std::string text(tag.begin(), tag.end());
+        EXPECT_EQ(list.FindData(Str(text.c_str())), list.GetHeadPosition()) << tag.size();
+        EXPECT_EQ(list.FindData(text.c_str()), list.GetHeadPosition()) << tag.size();
     }
 }
 
@@ -203,6 +222,8 @@ TEST(BMetaDataTaggedList, WritesListRecordsAndReadsThemBack) {
     BMemFile empty, one, f;
     list.Write(empty, 1);
     EXPECT_EQ(Written(empty), kEmptyList);
+    list.Write(empty, 3);
+    EXPECT_EQ(Written(empty), Concat({kEmptyList, {0, 0, 0, 0}})) << "mode 3 has no marker";
     list.SetData("w", 5);
     list.Write(one, 1);
     EXPECT_EQ(Written(one), kListW5);

@@ -9,14 +9,7 @@ using namespace byterecords;
 // The tagged-item record of the tag "ab" with the 4-byte integer 7, in mode 1.
 const Bytes kAbSeven = {3, 0, 0, 0, 'a', 'b', 0, 4, 0, 0, 0, 7, 0, 0, 0};
 
-TEST(BMetaDataTagged, ReadThenWriteGivesTheSameRecord) {
-    BMemFile in(kAbSeven.data(), static_cast<unsigned int>(kAbSeven.size())), out;
-    BMetaDataTagged item;
-    item.Read(in, 1);
-    item.Write(out, 1);
-    EXPECT_EQ(Written(out), kAbSeven);
-}
-
+// What the ok rows of mode 1 read writes the same record back.
 TEST(BMetaDataTagged, ReadsTaggedItemRecords) {
     // Reason, stream, mode, then the tag and data read.
     struct Row {
@@ -42,5 +35,10 @@ TEST(BMetaDataTagged, ReadsTaggedItemRecords) {
         item.Read(f, mode);
         EXPECT_EQ(DataOf(item.m_tag), tag) << reason;
         EXPECT_EQ(DataOf(item), data) << reason;
+        if (reason[0] == 'o' && mode == 1) {
+            BMemFile back;
+            item.Write(back, 1);
+            EXPECT_EQ(Written(back), stream) << reason << ", written back";
+        }
     }
 }

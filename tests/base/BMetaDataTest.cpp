@@ -9,7 +9,7 @@ using namespace byterecords;
 const auto IsInline = [](const BMetaData& item) { return item.GetDataPtr() == item.m_data; };
 
 // Item records: the 4-byte size, then the bytes. Each row reads into an item that held other data;
-// runs of up to 8 bytes live inside the item.
+// runs of up to 8 bytes live inside the item. What the ok rows read writes the same record back.
 TEST(BMetaData, ReadsItemRecords) {
     const Bytes eight = {1, 2, 3, 4, 5, 6, 7, 8}, nine = {1, 2, 3, 4, 5, 6, 7, 8, 9};
     const Bytes big = Concat({{0xAA}, Bytes(4096, 0)});
@@ -39,21 +39,11 @@ TEST(BMetaData, ReadsItemRecords) {
         EXPECT_EQ(DataOf(item), data) << reason;
         EXPECT_EQ(IsInline(item), data.size() <= 8) << reason;
         EXPECT_EQ(f.m_position, consumed) << reason;
-    }
-}
-
-TEST(BMetaData, WritesItemRecordsAndReadsThemBack) {
-    for (const char* text : {"", "1234567", "12345678"}) {
-        BMetaData item, back;
-        item.SetData(text);
-        BMemFile f;
-        item.Write(f, 1);
-        const Bytes size{static_cast<unsigned char>(item.m_size), 0, 0, 0};
-        EXPECT_EQ(Written(f), Concat({size, DataOf(item)})) << text;
-        f.Seek(0, 0);
-        back.Read(f, 1);
-        EXPECT_EQ(DataOf(back), DataOf(item)) << text;
-        EXPECT_EQ(IsInline(back), std::strlen(text) < 8) << text;
+        if (reason[0] == 'o') {
+            BMemFile back;
+            item.Write(back, 1);
+            EXPECT_EQ(Written(back), RunOf(stream.data(), consumed)) << reason << ", written back";
+        }
     }
 }
 

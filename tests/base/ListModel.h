@@ -4,14 +4,19 @@
 #include "base/BList.h"
 #include "base/Str.h"
 
+#include <gtest/gtest.h>
+
 #include <vector>
 
 namespace listmodel {
 
+// Each node's back link must name the node before it.
 template <class List, class Node = typename List::Node> std::vector<Node*> Nodes(List& list) {
     std::vector<Node*> out;
-    for (auto* node = reinterpret_cast<Node*>(list.GetHeadPosition()); node; node = node->next)
+    for (auto* node = reinterpret_cast<Node*>(list.GetHeadPosition()); node; node = node->next) {
+        EXPECT_EQ(node->prev, out.empty() ? nullptr : out.back());
         out.push_back(node);
+    }
     return out;
 }
 

@@ -7,6 +7,7 @@
 #include <cwchar>
 
 using strtest::Header;
+using strtest::Text;
 
 TEST(StrConvert, HeapCopiesAndWideTextFollowTheLocale) {
     Str s("ab\x7F");
@@ -21,20 +22,28 @@ TEST(StrConvert, HeapCopiesAndWideTextFollowTheLocale) {
     std::free(wide);
     // In the C locale bytes above 0x7F and wide characters above it have no counterpart.
     EXPECT_EQ(Char::ToANSI(L'x'), 'x');
+    EXPECT_EQ(Char::ToANSI(L'\001'), '\001');
+    EXPECT_EQ(Char::ToANSI(L'\0'), '\0');
     EXPECT_EQ(Char::ToANSI(L'\x263A'), '?');
     EXPECT_EQ(Char::ToUnicode('x'), L'x');
     Str w;
-    w.Copy_FromUni(L"h\x263Ai");
+    w = L"h\x263Ai";
     EXPECT_STREQ(w, "h?i");
     w += L"!";
     w.AppendChar(L'?');
     EXPECT_STREQ(w, "h?i!?");
+    const Str sharer = w;
+    w = L"x";
+    EXPECT_EQ(Header(sharer).refCount, 1) << "the block given up is released";
 }
 
 TEST(StrConvert, MultiThreadMarkTravelsWithTheText) {
     Str marked;
+    Str("a block the pool hands out next").Reset();
     // A Str is its text pointer: the new block is placed the way its callers place it.
     *reinterpret_cast<char**>(&marked) = StrImplementation::NewEmptyMTForceNI(10);
+    EXPECT_EQ(Text(marked), "") << "a reused block is emptied";
+    EXPECT_STREQ(marked, "");
     EXPECT_EQ(Header(marked).flags, 1u);
     EXPECT_EQ(Header(marked).capacity, 63);
     marked.AppendChars(std::string(100, 'x').c_str());

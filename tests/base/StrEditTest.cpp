@@ -168,7 +168,11 @@ TEST(StrEdit, BadArgumentsThrowTheirCodeAndChangeNothing) {
         {"Delete from a negative index", "abc", [](Str& s) { s.Delete(-1, 1); }, Str::ecIndexRange},
         {"Mid from a negative index", "abc", [](Str& s) { s = s.Mid(-1, 2); }, Str::ecIndexRange},
         {"Find a char past the end", "abc", [](Str& s) { s.Find('c', 4); }, Str::ecIndexRange},
+        {"ReverseFind from the terminator", "abc", [](Str& s) { s.ReverseFind('c', 3); },
+         Str::ecIndexRange},
         {"Find a text from a negative index", "abc", [](Str& s) { s.Find("a", -1); },
+         Str::ecIndexRange},
+        {"FindOneOf from a negative index", "abc", [](Str& s) { s.FindOneOf("a", -1); },
          Str::ecIndexRange},
         {"FindOneOf an empty set", "abc", [](Str& s) { s.FindOneOf("", 0); }, Str::ecEmptyArg},
         {"Replace an empty text", "abc",
@@ -205,6 +209,8 @@ TEST(StrEdit, CapacitiesFollowTheSizingRules) {
     };
     const Row rows[] = {
         {"prealloc counts", Edited("abc", 200, false, keep), 255, 3},
+        {"negative length", Edited("", 0, false, [](Str& s) { s.NewFromString("a", -1, 9, 0); }),
+         63, 0},
         {"length 64", Edited(s63 + "b", 0, false, keep), 127, 64},
         {"Preallocate", Edited("", 0, false, [](Str& s) { s.Preallocate(64); }), 127, 0},
         {"old length sizes a shared block's copy", Edited(s500, 0, true, copy), 511, 3},
@@ -216,6 +222,7 @@ TEST(StrEdit, CapacitiesFollowTheSizingRules) {
         {"Mid sizes for its result", Str(s200.c_str()).Mid(100, 10), 63, 10},
         {"Str + Str sized once", Str("0123456789") + Str(s63.c_str()), 127, 73},
         {"Str + char", Str(s63.c_str()) + 'x', 127, 64},
+        {"char + Str", 'x' + Str(s63.c_str()), 127, 64},
     };
     for (const auto& [why, s, capacity, length] : rows) {
         SCOPED_TRACE(why);

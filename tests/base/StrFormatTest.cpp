@@ -101,53 +101,11 @@ TEST(StrFormat, RandomNumericConversionsMatchSnprintf) {
     }
 }
 
-// Fixed-point values that sit exactly halfway between two results at the precision asked (binary
-// fractions), whole numbers up to the largest double, and the flags that shape the field.
-TEST(StrFormat, FixedPointTiesAndFieldsMatchSnprintf) {
-    const TestSeed seed;
-    std::mt19937_64 rng(seed.value);
-    auto pick = [&](int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng); };
-    for (int iter = 0; iter < 4000 && !::testing::Test::HasFailure(); ++iter) {
-        std::string f = "[%";
-        for (int i = pick(0, 3); i > 0; --i)
-            f += "-+ 0#"[pick(0, 4)];
-        // A star width may be negative, which left-justifies.
-        const bool star = pick(0, 3) == 0;
-        if (star)
-            f += '*';
-        else if (pick(0, 1))
-            f += std::to_string(pick(0, 40));
-        if (pick(0, 3))
-            f += "." + std::to_string(pick(0, 3) ? pick(0, 8) : pick(0, 120));
-        if (pick(0, 5) == 0)
-            f += 'h';
-        f += pick(0, 4) ? "f]" : "x]";
-        const int width = pick(-40, 40);
-        const auto mantissa = static_cast<double>(static_cast<long long>(rng() >> 20));
-        const double tie = std::ldexp(mantissa, -pick(0, 12));
-        const int kind = pick(0, 11), exponent = pick(0, 1023);
-        const double v = kind < 5    ? -tie
-                         : kind < 10 ? tie
-                         : kind < 11 ? std::ldexp(pick(0, 1) ? 1.0 : -1.0, exponent)
-                                     : -0.0;
-        const auto check = [&](auto value) {
-            if (star)
-                EXPECT_EQ(Fmt(f.c_str(), width, value), Printf(f.c_str(), width, value))
-                    << "format " << f << " width " << width << " value " << value;
-            else
-                EXPECT_EQ(Fmt(f.c_str(), value), Printf(f.c_str(), value))
-                    << "format " << f << " value " << value;
-        };
-        if (f[f.size() - 2] == 'x')
-            check(static_cast<unsigned>(rng()));
-        else
-            check(v);
-    }
-}
-
 // printf rounds the last digit as the floating-point environment says; so must every path of the
-// engine, the fixed-point one included. Values are exact ties at the precision asked, values just
-// beside them and random ones, positive and negative, in each of the four modes.
+// engine, the fixed-point one included. In each of the four modes: values that sit exactly halfway
+// between two results at the precision asked (binary fractions), values just beside them, random
+// ones, powers of two up to the largest double and -0, under random flags and field widths (a star
+// width may be negative, which left-justifies).
 TEST(StrFormat, EveryRoundingModeRoundsAsPrintfDoes) {
     struct Mode {
         int mode;
@@ -175,20 +133,36 @@ TEST(StrFormat, EveryRoundingModeRoundsAsPrintfDoes) {
                             {"%+08.3f", -2.0625}, {"%.0f", 0.5}};
         for (const auto& [fmt, v] : rows)
             EXPECT_EQ(Fmt(fmt, v), Printf(fmt, v)) << name << ": " << fmt << " of " << v;
-        for (int iter = 0; iter < 1500 && !::testing::Test::HasFailure(); ++iter) {
-            const int precision = pick(0, 3) ? pick(0, 8) : pick(9, 40);
-            const std::string f = std::string("%") + (pick(0, 1) ? "" : "+") + "." +
-                                  std::to_string(precision) + "efgf"[pick(0, 3)];
-            const double tie = std::ldexp(static_cast<double>(rng() >> 24), -pick(0, 12));
-            const int kind = pick(0, 3);
+        for (int iter = 0; iter < 2500 && !::testing::Test::HasFailure(); ++iter) {
+            std::string f = "[%";
+            for (int i = pick(0, 3); i > 0; --i)
+                f += "-+ 0#"[pick(0, 4)];
+            const bool star = pick(0, 3) == 0;
+            if (star)
+                f += '*';
+            else if (pick(0, 1))
+                f += std::to_string(pick(0, 40));
+            if (pick(0, 3))
+                f += "." + std::to_string(pick(0, 3) ? pick(0, 8) : pick(9, 120));
+            if (pick(0, 5) == 0)
+                f += 'h';
+            f = f + "efgff"[pick(0, 4)] + "]";
+            const int width = pick(-40, 40), kind = pick(0, 5);
+            const double tie = std::ldexp(static_cast<double>(rng() >> 20), -pick(0, 12));
             double v = kind == 0   ? tie
                        : kind == 1 ? std::nextafter(tie, 0.0)
                        : kind == 2 ? std::nextafter(tie, HUGE_VAL)
-                                   : std::ldexp(static_cast<double>(rng()), -pick(0, 120));
+                       : kind == 3 ? std::ldexp(static_cast<double>(rng()), -pick(0, 120))
+                       : kind == 4 ? std::ldexp(1.0, pick(0, 1023))
+                                   : -0.0;
             if (pick(0, 1))
                 v = -v;
-            EXPECT_EQ(Fmt(f.c_str(), v), Printf(f.c_str(), v))
-                << name << ": format " << f << " value " << v << ", iteration " << iter;
+            if (star)
+                EXPECT_EQ(Fmt(f.c_str(), width, v), Printf(f.c_str(), width, v))
+                    << name << ": format " << f << " width " << width << " value " << v;
+            else
+                EXPECT_EQ(Fmt(f.c_str(), v), Printf(f.c_str(), v))
+                    << name << ": format " << f << " value " << v;
         }
     }
 }
@@ -196,39 +170,35 @@ TEST(StrFormat, EveryRoundingModeRoundsAsPrintfDoes) {
 // Conversions whose corners printf implementations disagree on or get wrong: each must give what
 // this platform's snprintf gives.
 TEST(StrFormat, PrintfCornerCasesTable) {
-    struct Row {
-        const char* fmt;
-        std::string got;
-        std::string expected;
+    const auto same = [](const char* fmt, auto v) {
+        EXPECT_EQ(Fmt(fmt, v), Printf(fmt, v)) << fmt;
     };
-    const auto row = [](const char* fmt, auto v) { return Row{fmt, Fmt(fmt, v), Printf(fmt, v)}; };
-    const Row rows[] = {
-        row("%#o", 0),          row("%#.0o", 0),
-        row("%#x", 0),          row("%.0d", 0),
-        row("%+.0d", 0),        row("% .0i", 0),
-        row("%#X", 255u),       row("%-05d", -7),
-        row("%05.3d", -7),      row("%+ d", 5),
-        row("%x", INT_MIN),     row("%lu", -1L),
-        row("%hhu", 511),       row("%hd", 70000),
-        row("%5c", 'x'),        row("%-5c|", 'x'),
-        row("%lld", LLONG_MIN), row("%#llo", 8LL),
-        row("%.0f", 0.5),       row("%.0f", 1.5),
-        row("%.0f", 2.5),       row("%#.0f", 3.0),
-        row("%+.1f", -0.04),    row("%f", -0.0),
-        row("%08.3f", -1.5),    row("%-8.2f|", 1e-3),
-        row("% f", 1.0),        row("%f", 1e300),
-        row("%.20f", 0.1),      row("%.17f", 2.5e-7),
-        row("%e", 0.0),         row("%.0e", 15.0),
-        row("%#.0e", 1.0),      row("%E", 1e-310),
-        row("%g", 100000.0),    row("%g", 1e6),
-        row("%g", 1e-5),        row("%#g", 1.0),
-        row("%.0g", 0.5),       row("%G", 1e-40),
-        row("%f", HUGE_VAL),    row("%-6f|", -HUGE_VAL),
-        row("%5.1f", NAN),      row("%Lf", 1.5L),
-        row("%.3Le", 2.0L),     row("%p", static_cast<void*>(nullptr)),
-    };
-    for (const auto& [fmt, got, expected] : rows)
-        EXPECT_EQ(got, expected) << fmt;
+    const std::pair<const char*, int> ints[] = {
+        {"%d", 0},     {"%#o", 0},     {"%#.0o", 0},  {"%#x", 0},     {"%.0d", 0}, {"%+.0d", 0},
+        {"% .0i", 0},  {"%#X", 255},   {"%-05d", -7}, {"%05.3d", -7}, {"%+ d", 5}, {"%x", INT_MIN},
+        {"%hhu", 511}, {"%hd", 70000}, {"%5c", 'x'},  {"%-5c|", 'x'}};
+    const std::pair<const char*, double> reals[] = {
+        {"%.0f", 0.5},         {"%.0f", 1.5},  {"%.0f", 2.5},    {"%#.0f", 3.0},
+        {"%+.1f", -0.04},      {"%f", -0.0},   {"%08.3f", -1.5}, {"%-8.2f|", 1e-3},
+        {"% f", 1.0},          {"%f", 1e300},  {"%.20f", 0.1},   {"%.17f", 2.5e-7},
+        {"%e", 0.0},           {"%.0e", 15.0}, {"%#.0e", 1.0},   {"%E", 1e-310},
+        {"%g", 100000.0},      {"%g", 1e6},    {"%g", 1e-5},     {"%#g", 1.0},
+        {"%.0g", 0.5},         {"%G", 1e-40},  {"%f", HUGE_VAL}, {"%-6f|", -HUGE_VAL},
+        {"%5.1f", NAN},        {"%128f", 1.0}, {"%4096f", 1.0},  {"%.0f", 0x1p116},
+        {"%08.1f", -HUGE_VAL}, {"%128e", 1.0}};
+    for (const auto& [fmt, v] : ints)
+        same(fmt, v);
+    for (const auto& [fmt, v] : reals)
+        same(fmt, v);
+    same("%lu", -1L);
+    same("%lld", LLONG_MIN);
+    same("%#llo", 8LL);
+    same("%128lld", 7LL);
+    same("%Lf", 1.5L);
+    same("%.3Le", 2.0L);
+    same("%p", static_cast<void*>(nullptr));
+    same("%4096ld", 7L);
+    EXPECT_EQ(Fmt("%.*f|%.*f", 0, 2.5, -1, 0.5), Printf("%.*f|%.*f", 0, 2.5, -1, 0.5));
 }
 
 // The differences from printf that Str.h lists beside Format, one row each.
@@ -266,11 +236,15 @@ TEST(StrFormat, EngineConversionsAndAppendersTable) {
         {Fmt("a%5%b"), "a%b", "percent with a prefix: the prefix is dropped"},
         {Fmt("%.s|%.0s|", "abc", "abc"), "abc||", "a '.' alone is no precision"},
         {Fmt("%.2S", L"\x263Aide"), "?i", "wide string, unconvertible character"},
+        {Fmt("[%S]", L""), "[]", "empty wide string"},
         {Fmt("[%-9.1!]", &zero), std::string("[a\0b]", 5), "Str keeps embedded zeros"},
         {Fmt("%!", static_cast<const Str*>(nullptr)), "(null)", "null Str"},
         {Fmt("%.*s|%*s|", -1, "abc", 12, "ab"), "abc|ab|", "stars on strings"},
+        {Fmt("%.*s|", 2, "abc"), "ab|", "a star precision on a string"},
         {Fmt("%q%zu"), "qzu", "unknown letters"},
         {Fmt("%5-d|%LLd|%d", 1, 1LL, 2), "%5-d|%LLd|2", "printf's grammar refused"},
+        {Fmt("%lllf|%Lf", 1.0L, 2.5L), "%lllf|2.500000", "refused, three l take a long double"},
+        {Fmt("%5-ld|%d", 1L, 2), "%5-ld|2", "refused, l takes a long"},
         {Fmt("%99999999999d|", 5), "|", "a width printf cannot reach gives nothing"},
         {Text(Str().Format(L"%s+%S=%d", L"wide", "narrow", 3)), "wide+narrow=3", "wide format"},
         // The appenders keep the present text.
@@ -310,6 +284,8 @@ TEST(StrFormat, ErrorsKeepTextFormattedBefore) {
 }
 
 TEST(StrFormat, EstimateSizesTheFirstBlock) {
+    // 2^21 - 2 signs reach 2^26 - 62, and the last, before an 's', passes it by 65.
+    const std::string many = std::string(2 * ((1 << 20) - 1), '%') + "%s";
     struct Row {
         int capacity;
         Str s;
@@ -323,6 +299,7 @@ TEST(StrFormat, EstimateSizesTheFirstBlock) {
         {191, Str().Format("%%s"), "the second '%' sees 's': 32 + 128 + 1"},
         {63, Str().Format("% s", "x"), "only the character behind '%' counts"},
         {319, Str().Format(L"%s%s", L"x", L"y"), "the narrowed wide format: 2 * 129"},
+        {(1 << 26) | 63, Str().Format(many.c_str(), ""), "the estimate stops at 2^26"},
     };
     for (const auto& [capacity, s, why] : rows)
         EXPECT_EQ(strtest::Header(s).capacity, capacity) << why;

@@ -11,14 +11,16 @@ using namespace strtest;
 const auto P = [](const Str& s) { return static_cast<const char*>(s); };
 
 TEST(StrHandle, EmptyStringsShareTheStaticBlockAndNeverCount) {
+    Str d("text"); // its block goes to the pool when a null text empties it
     const long long heap = strtest::HeapBytes();
     {
         Str a, b(""), c = a;
         c = Str::EmptyStr;
+        d = static_cast<const char*>(nullptr);
         b = Str();
         a.AppendChars("", 0);
         Str moved(std::move(c));
-        for (const Str* s : {&a, &b, &c, &moved})
+        for (const Str* s : {&a, &b, &c, &d, &moved})
             EXPECT_TRUE(OnEmptyBlock(*s));
     }
     EXPECT_EQ(strtest::HeapBytes(), heap);
@@ -42,6 +44,9 @@ TEST(StrHandle, CopySharesUntilWrite) {
     Str c(std::move(b));
     EXPECT_TRUE(OnEmptyBlock(b));
     EXPECT_EQ(Header(c).refCount, 2);
+    a.ReleaseBuffer(2);
+    EXPECT_EQ(Text(a), "he");
+    EXPECT_EQ(Header(c).refCount, 1) << "the shared block given up is released";
 }
 
 TEST(StrHandle, ExceptionsHoldAValidCopyOfTheString) {
@@ -109,6 +114,25 @@ TEST_F(StrPool, ChainsReuseLastInFirstOutUpToTheirLimit) {
             ASSERT_EQ(P(again[i]), released[again.size() - 1 - i]) << "request " << i;
         }
     }
+}
+
+TEST_F(StrPool, AChainPastTheLastIsIgnoredAndTheShutdownFlagReadsBack) {
+    const std::vector<const char*> pooled = TakeAndRelease(2, 63);
+    StrImplementation::STR_rls_chain(11);
+    const Str reuse("pooled");
+    EXPECT_EQ(P(reuse), pooled[1]);
+    EXPECT_EQ(Str::SetShutdownFlag(1), 1);
+    EXPECT_EQ(Str::SetShutdownFlag(0), 0);
+}
+
+TEST_F(StrPool, CompactGivesTheLargerBlockBack) {
+    Str text("0123456789");
+    text.Preallocate(200);
+    const char* large = text;
+    text.Compact(0);
+    Str again;
+    again.Preallocate(200);
+    EXPECT_EQ(P(again), large);
 }
 
 TEST_F(StrPool, LargeBlocksCompactionAndShutdownGoToTheHeap) {

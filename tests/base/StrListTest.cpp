@@ -52,19 +52,9 @@ TEST(StrListTest, FindAddUniqueAndCombine) {
         {"AddUnique: new", AddUnique, {"a", "b", "a"}, {"A"}, {"a", "b", "a", "A"}, 4},
         {"CombineUnique: into empty", CombineUnique, {}, {"x", "y", "x"}, {"x", "y"}, 0},
         {"CombineUnique: first kept", CombineUnique, {"y"}, {"x", "y", "z"}, {"y", "x", "z"}, 0},
-        {"CombineSelf: doubles",
-         CombineSelf,
-         {"a", "b", "a"},
-         {},
-         {"a", "b", "a", "a", "b", "a"},
-         0},
+        {"CombineSelf: doubles", CombineSelf, {"a", "a"}, {}, {"a", "a", "a", "a"}, 0},
         {"Combine: appends all", Combine, {"y"}, {"x", "y", "x"}, {"y", "x", "y", "x"}, 0},
-        {"CombineSelfUnique: unchanged",
-         CombineSelfUnique,
-         {"a", "b", "a"},
-         {},
-         {"a", "b", "a"},
-         0},
+        {"CombineSelfUnique: same", CombineSelfUnique, {"a", "b", "a"}, {}, {"a", "b", "a"}, 0},
     };
     for (const auto& [name, op, start, others, after, id] : rows) {
         SCOPED_TRACE(name);

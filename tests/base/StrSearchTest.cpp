@@ -65,16 +65,6 @@ TEST(StrSearch, RandomSearchesMatchStdString) {
         if (!w.empty() && (start == 0 || start < len)) {
             EXPECT_EQ(s.FindOneOf(w.c_str(), start), Pos(m.find_first_of(w, Z(start))));
         }
-        // Tokenize in turn gives the non-empty tokens between delimiters.
-        std::vector<std::string> tokens, expected;
-        for (int pos = 0, n = 0; pos >= 0 && n <= len; ++n)
-            if (const Str token = s.Tokenize(",;", pos); !token.IsEmpty())
-                tokens.emplace_back(token);
-        for (auto i = m.find_first_not_of(",;"), e = i; i != std::string::npos;
-             i = m.find_first_not_of(",;", e))
-            expected.push_back(m.substr(i, (e = m.find_first_of(",;", i)) - i));
-        EXPECT_EQ(tokens, expected);
-
         // Replace-all, at times past a zero byte, then appending; a sharer keeps its text.
         std::string model = m;
         if (len && pick(0, 2) == 0)
@@ -135,33 +125,31 @@ TEST(StrSearch, SharpEdges) {
     EXPECT_EQ(zero.Find('c'), -1) << "searches stop at an embedded zero";
     EXPECT_EQ(zero.Find("cd"), -1);
     EXPECT_EQ(zero.Find('c', 3), 3);
+    EXPECT_EQ(zero.Find('a'), 0) << "from the start";
     EXPECT_FALSE(zero == "ab") << "equality counts the whole length";
+    Str trimmed = zero;
+    trimmed.TrimRight("d");
+    EXPECT_EQ(Text(trimmed), std::string("ab\0c", 4)) << "a zero byte is in no set";
+    trimmed = "\001b";
+    trimmed.TrimLeft("\001");
+    EXPECT_EQ(Text(trimmed), "b");
+    EXPECT_EQ(Text(Str(" a ").Trim(" ")), "a");
+    EXPECT_EQ(Str("a").GetLastChar(), 'a');
+    EXPECT_EQ(Str().GetLastChar(), 0);
+    EXPECT_EQ(Text(Str("aab").SpanIncluding("a")), "aa");
+    EXPECT_EQ(Str::StringSpanExcluding("abc", nullptr), -1) << "a null set holds nothing";
+    for (const char* first : {"", "@", "\x80", "\xC0"})
+        EXPECT_EQ(Text(Str(first).SpanIncluding("ab")), "") << "the set holds only its bytes";
+    EXPECT_EQ(Str("\002b").FindNoCase("Ab"), -1) << "a match starts with its first byte";
     EXPECT_EQ(std::string(Str("abacus").SpanExcluding("z")), "") << "no character of the set";
-}
-
-TEST(StrSearch, TokenizeSetsThePositionToTheDelimiterThenMinusOne) {
-    // Text, set, start, then each token returned with the position after the call.
-    struct Case {
-        const char* text;
-        const char* set;
-        int pos;
-        std::vector<std::pair<std::string, int>> steps;
-    };
-    const Case cases[] = {{"a,,b,", ",", 0, {{"a", 1}, {"b", 4}, {"", -1}}},
-                          {",,,", ",", 0, {{"", -1}}},
-                          {"x,y", ",", 3, {{"", -1}}},
-                          {"x,y", "", 0, {{"x,y", -1}}}};
-    for (auto [text, set, pos, steps] : cases) {
-        SCOPED_TRACE(std::string(text) + " with '" + set + "'");
-        for (const auto& [token, after] : steps) {
-            EXPECT_EQ(std::string(Str(text).Tokenize(set, pos)), token);
-            EXPECT_EQ(pos, after);
-        }
-    }
+    const std::string a130(130, 'a');
+    EXPECT_EQ(Str(("x" + a130).c_str()).FindNoCase(std::string(130, 'A').c_str()), 1)
+        << "needle of 130";
 }
 
 // The tokeniser against its definition by the C library's spans, which stop at the first zero
-// byte, on texts holding zero bytes and bytes above 127, for one delimiter and for several.
+// byte, on texts holding zero bytes and bytes above 127, for one delimiter, several and none: each
+// call leaves the position at the delimiter after its token, then at -1.
 TEST(StrSearch, TokenizeMatchesItsDefinitionBySpans) {
     const auto model = [](const std::string& text, const char* set, int& pos) -> std::string {
         const int len = static_cast<int>(text.size());
@@ -228,10 +216,17 @@ TEST(StrSearch, ReplaceAndCaseConversionWriteOnlyWhenTheTextChanges) {
     EXPECT_EQ(STR_ReplaceCore(own, p + 6, p + 2, 0), 3) << "find and repl inside the text";
     EXPECT_EQ(std::string(own), "-ab-ab--ab-ab--ab-ab");
 
-    const Str lower("already lower 123");
-    Str copy = lower;
-    copy.Str_MakeUL(0);
-    EXPECT_EQ(Header(lower).refCount, 2);
+    // Case conversion starts at the first character it changes; text already in the case asked
+    // stays shared.
+    const std::tuple<const char*, signed char, const char*> cases[] = {
+        {"Abc", 0, "abc"}, {"abC", 1, "ABC"}, {"already lower 123", 0, "already lower 123"}};
+    for (const auto& [text, upper, expected] : cases) {
+        const Str original(text);
+        Str copy = original;
+        copy.Str_MakeUL(upper);
+        EXPECT_EQ(Text(copy), expected);
+        EXPECT_EQ(Header(original).refCount, std::strcmp(text, expected) ? 1 : 2) << text;
+    }
 }
 
 #if defined(__SANITIZE_ADDRESS__)
