@@ -382,6 +382,7 @@ TEST(PropertyListForms, ExportRefusesWhatXmlCannotCarryAndNamesTheKey) {
     const std::pair<PropertyValue, const char*> rows[] = {
         {PropertyValue::Text(std::string("a\0b", 3)), "XML cannot carry at outer/k"},
         {PropertyValue::Text("\xEF\xBF\xBE"), "XML cannot carry at outer/k"},
+        {PropertyValue::Text("\xEF\xBF\xBF"), "XML cannot carry at outer/k"},
         {PropertyValue::Moment(0.5), "whole second"},
         {PropertyValue::Moment(-63113904001.0), "years 1 to 9999"},
         {set, "a set"},
@@ -393,13 +394,19 @@ TEST(PropertyListForms, ExportRefusesWhatXmlCannotCarryAndNamesTheKey) {
         EXPECT_FALSE(WriteXml(Dict({{"outer", Dict({{"k", value}})}}), error));
         EXPECT_NE(error.find(reason), std::string::npos) << error;
     }
+    // What it can carry it writes as it is, one element a line, indented by depth.
     std::string error;
-    const auto text = WriteXml(
-        Dict({{"first", PropertyValue::Moment(-63113904000)}, {"cr", PropertyValue::Text("\r")}}),
-        error);
+    const auto text = WriteXml(Dict({{"first", PropertyValue::Moment(-63113904000)},
+                                     {"text", PropertyValue::Text("\r\xEF\xBF\xBD")},
+                                     {"list", PropertyValue::List({PropertyValue::Flag(true),
+                                                                   PropertyValue::Dictionary()})}}),
+                               error);
     ASSERT_TRUE(text) << error;
-    EXPECT_NE(text->find("<date>0001-01-01T00:00:00Z</date>"), std::string::npos) << *text;
-    EXPECT_NE(text->find("<string>&#13;</string>"), std::string::npos) << *text;
+    EXPECT_EQ(*text, "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n<dict>\n"
+                     "\t<key>first</key>\n\t<date>0001-01-01T00:00:00Z</date>\n"
+                     "\t<key>text</key>\n\t<string>&#13;\xEF\xBF\xBD</string>\n"
+                     "\t<key>list</key>\n\t<array>\n\t\t<true/>\n\t\t<dict/>\n\t</array>\n"
+                     "</dict>\n</plist>\n");
 }
 
 } // namespace
