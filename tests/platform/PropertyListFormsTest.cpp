@@ -211,6 +211,11 @@ TEST(PropertyListForms, BinaryRefusalsSayWhatIsWrongAndWhere) {
                 "a\xA1\x02",
                 {8, 11, 13}),
          "a dictionary or array that holds itself at a/0"},
+        {"UTF-16 text past the end",
+         Binary("\xD1\x01\x02\x51"
+                "a\x6F\x11\x10\x00",
+                {8, 11, 13}),
+         "object 2 is cut short at a"},
         {"top object an array", Binary("\xA0", {8}), "top object is not a dictionary"},
         {"key that is no text", Binary("\xD1\x01\x01\x10\x01", {8, 11}),
          "a dictionary key that is not a text at (key 1)"},

@@ -8,6 +8,7 @@ import datetime
 import os
 import plistlib
 import resource
+import shutil
 import signal
 import stat
 import subprocess
@@ -505,6 +506,28 @@ class LanguageTest(ToolCase):
         self.assertEqual(code, 0, err)
         self.assertRegex(err, r"^bkgcolors-defaults: Hinweis: .* could not be parsed; moved to "
                               r".*\.corrupt\n$")
+
+    def test_a_translation_may_put_the_values_in_its_own_order(self):
+        # A copy of the program with a catalogue of one sentence beside it, as installed.
+        tree = os.path.join(self.folder.name, "tree")
+        messages = os.path.join(tree, "share", "locale", "de", "LC_MESSAGES")
+        os.makedirs(messages)
+        os.makedirs(os.path.join(tree, "bin"))
+        program = shutil.copy(TOOL, os.path.join(tree, "bin"))
+        catalogue = os.path.join(self.folder.name, "de.po")
+        with open(catalogue, "w", encoding="utf-8") as f:
+            f.write('msgid ""\nmsgstr "Content-Type: text/plain; charset=UTF-8\\n"\n\n'
+                    'msgid "key %s does not exist in domain %s"\n'
+                    'msgstr "%2$s hat keinen Schl\u00fcssel %1$s (100%%)"\n')
+        subprocess.run(["msgfmt", "-o", os.path.join(messages, "bkgcolors-prefs.mo"), catalogue],
+                       check=True)
+        self.make({"k": 1})
+        self.speak("de_DE.UTF-8")
+        run = subprocess.run([program, "read", D, "nope"], env=self.env, stderr=subprocess.PIPE,
+                             timeout=60, check=False)
+        self.assertEqual((run.returncode, run.stderr.decode()),
+                         (1, "bkgcolors-defaults: org.example.app hat keinen Schl\u00fcssel nope "
+                             "(100%)\n"))
 
     def test_what_scripts_read_is_the_same_in_every_language(self):
         self.make({**ALL_KINDS, "\u00ea": "\u00b5"})
