@@ -12,8 +12,12 @@ import shutil
 import signal
 import stat
 import subprocess
+import sys
 import tempfile
 import unittest
+
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support"))
+import plist_files  # noqa: E402  (beside the tests, not installed)
 
 TOOL = os.path.join(os.environ.get("BKGCOLORS_BIN", ""), "bkgcolors-defaults")
 D = "org.example.app"
@@ -129,6 +133,27 @@ class WriteTest(ToolCase):
                 self.make(EXISTING)
                 self.ok("write", D, "key", *words)
                 self.assertEqual(self.load(), {**EXISTING, "key": expected})
+
+    def test_what_other_tools_write_is_read_and_written_back_equal(self):
+        os.makedirs(self.config)
+        plist_files.make(self.config)
+        names = sorted(os.listdir(self.config))
+        self.assertGreaterEqual(len(names), 10)
+        for name in names:
+            domain = name[:-len(".plist")]
+            with self.subTest(name), open(self.path(domain), "rb") as f:
+                original = f.read()
+                code, _, err = self.run_tool("write", domain, "new", "-int", "1")
+                self.assertEqual(code, 0, err)
+                if name.startswith("read-"):
+                    self.assertEqual(err, "")
+                    self.assertEqual(plist_files.canonical(self.load(domain)),
+                                     plist_files.canonical({**plistlib.loads(original), "new": 1}))
+                    continue
+                self.assertEqual(err.count("\n"), 1, err)
+                with open(self.path(domain) + ".corrupt", "rb") as aside:
+                    self.assertEqual(aside.read(), original)
+                self.assertEqual(self.load(domain), {"new": 1})
 
     def test_add_extends_what_is_there(self):
         self.make({"list": [1], "map": {"a": 1, "b": 2}})
