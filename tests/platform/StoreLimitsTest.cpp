@@ -14,9 +14,9 @@ using platform::internal::kStoreFileLimit;
 
 namespace {
 
-TEST(StoreLimits, FilesJustUnderTheBoundReadAndAtTheBoundAreRefused) {
-    TempFolder folder;
-    const std::string file = folder / "store.plist";
+using StoreLimits = StoreFileTest;
+
+TEST_F(StoreLimits, FilesJustUnderTheBoundReadAndAtTheBoundAreRefused) {
     // The size given to plist_files.py: positive for binary, negative for XML.
     const std::pair<long, bool> rows[] = {
         {static_cast<long>(kStoreFileLimit) - 1, true},
@@ -49,9 +49,7 @@ TEST(StoreLimits, FilesJustUnderTheBoundReadAndAtTheBoundAreRefused) {
 
 // The change that would pass the bound is refused and kept pending; everything accepted before
 // it stays readable, by this store and by the next.
-TEST(StoreLimits, AChangePastTheBoundIsRefusedAndKeptPendingTheRestStays) {
-    TempFolder folder;
-    const std::string file = folder / "store.plist";
+TEST_F(StoreLimits, AChangePastTheBoundIsRefusedAndKeptPendingTheRestStays) {
     const std::string text(1 << 20, 'x');
     UserDefaults store(file);
     int accepted = 0;

@@ -18,11 +18,7 @@ const auto XmlPlist = [](const std::string& body) {
            "\n</plist>\n";
 };
 
-class UserDefaultsTest : public ::testing::Test {
-protected:
-    TempFolder folder;
-    std::string file = folder / "store.plist";
-};
+using UserDefaultsTest = StoreFileTest;
 
 TEST_F(UserDefaultsTest, GettersCoerceAsThePlatformDocuments) {
     UserDefaults store(file);
