@@ -362,6 +362,47 @@ TEST(PropertyListForms, EveryValueComesBackThroughBothFormsAndTheSizeIsCountedEx
     }
 }
 
+// A text reached twice counts twice: a file that written out would take exactly the bound is too
+// large, though itself far smaller, and one byte less reads.
+TEST(PropertyListForms, AFileThatWouldWriteOutAtTheBoundIsTooLarge) {
+    const std::string shared(3 << 19, 's');
+    const auto Tree = [&](std::size_t pad) {
+        return Dict(
+            {{"a", PropertyValue::List({PropertyValue::Text(shared), PropertyValue::Text(shared)})},
+             {"pad", PropertyValue::Text(std::string(pad, 'p'))}});
+    };
+    // The tree in the binary form, the shared text written once.
+    const auto File = [&](std::size_t pad) {
+        const std::string parts[] = {"\xD2" + Big(1, 4) + Big(2, 4) + Big(3, 4) + Big(4, 4),
+                                     "\x51" + std::string("a"),
+                                     "\x53" + std::string("pad"),
+                                     "\xA2" + Big(5, 4) + Big(5, 4),
+                                     "\x5F\x12" + Big(pad, 4) + std::string(pad, 'p'),
+                                     "\x5F\x12" + Big(shared.size(), 4) + shared};
+        std::string objects;
+        std::vector<std::uint64_t> offsets;
+        for (const std::string& part : parts) {
+            offsets.push_back(8 + objects.size());
+            objects += part;
+        }
+        return Binary(objects, offsets, 4);
+    };
+    BinarySize guess;
+    CountInto(guess, Tree(1 << 20));
+    const std::size_t pad = (1 << 20) + kStoreFileLimit - guess.total();
+    BinarySize exact;
+    CountInto(exact, Tree(pad));
+    ASSERT_EQ(exact.total(), kStoreFileLimit);
+    for (const auto& [size, kind] :
+         {std::pair{pad, ReadError::TooLarge}, {pad - 1, ReadError::None}}) {
+        SCOPED_TRACE(size);
+        ReadFailure failure;
+        const auto root = ReadPropertyList(File(size), failure);
+        EXPECT_EQ(failure.kind, kind) << failure.reason;
+        EXPECT_EQ(root == Tree(size), kind == ReadError::None);
+    }
+}
+
 TEST(PropertyListForms, ExportRefusesWhatXmlCannotCarryAndNamesTheKey) {
     PropertyValue set = PropertyValue::List({});
     set.kind = PropertyValue::Kind::Set;
