@@ -173,6 +173,29 @@ TEST(PropertyListForms, ARepeatedKeyKeepsItsFirstPlaceAndItsLastValue) {
     }
 }
 
+TEST(PropertyListForms, TheWriterGivesEachNumberTheFewestBytesItsKindAllows) {
+    PropertyValue single = PropertyValue::Double(1.5f);
+    single.wide = true;
+    const std::pair<PropertyValue, std::string> rows[] = {
+        {PropertyValue::Number(0), std::string("\x10\x00", 2)},
+        {PropertyValue::Number(255), "\x10\xFF"},
+        {PropertyValue::Number(256), std::string("\x11\x01\x00", 3)},
+        {PropertyValue::Number(65536), "\x12" + Big(65536, 4)},
+        {PropertyValue::Number(INT64_C(1) << 32), "\x13" + Big(std::uint64_t{1} << 32, 8)},
+        {PropertyValue::Number(-1), "\x13" + Big(~std::uint64_t{0}, 8)},
+        {Wide(std::uint64_t{1} << 63), "\x14" + Big(0, 8) + Big(std::uint64_t{1} << 63, 8)},
+        {single, "\x22" + Big(0x3FC00000, 4)},
+        {PropertyValue::Double(1.5), "\x23" + Big(0x3FF8000000000000, 8)},
+    };
+    for (const auto& [value, bytes] : rows) {
+        SCOPED_TRACE(::testing::PrintToString(bytes));
+        EXPECT_EQ(WriteBinary(Dict({{"k", value}})), Binary("\xD1\x01\x02\x51"
+                                                            "k" +
+                                                                bytes,
+                                                            {8, 11, 13}));
+    }
+}
+
 // `file` with the 8-byte field at `at` of its trailer (8: the count of objects, 16: the top
 // object, 24: the place of the offset table) set to `value`.
 std::string WithTrailer(std::string file, std::size_t at, std::uint64_t value) {
