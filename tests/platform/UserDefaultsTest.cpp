@@ -207,28 +207,25 @@ TEST_F(UserDefaultsTest, LoaderReadsWhatItCanAndTheFirstWriteDealsWithTheRest) {
 TEST_F(UserDefaultsTest, DamagedFilesAreSetAsideUnderNamesOfTheirOwn) {
     WriteBytes(file + ".corrupt", "older");
     WriteBytes(file + ".corrupt.1", "older still");
-    for (const char* garbage : {"garbage one", "garbage two"}) {
-        SCOPED_TRACE(garbage);
-        WriteBytes(file, garbage);
-        std::string err = Stderr([&] {
-            UserDefaults store(file);
-            store.setObject(1, "k");
-            EXPECT_TRUE(store.synchronize());
-        });
-        EXPECT_EQ(Lines(err), 2) << "one on reading, one naming the backup: " << err;
-        EXPECT_NE(err.find(".corrupt.2"), std::string::npos) << err;
-        EXPECT_EQ(ReadBytes(file + ".corrupt.2"), garbage);
-        EXPECT_EQ(ReadBytes(file + ".corrupt"), "older");
-        EXPECT_EQ(ReadBytes(file + ".corrupt.1"), "older still");
-        EXPECT_EQ(UserDefaults(file).integerForKey("k"), 1);
-        std::filesystem::remove(file + ".corrupt.2");
-    }
+    WriteBytes(file, "garbage");
+    std::string err = Stderr([&] {
+        UserDefaults store(file);
+        store.setObject(1, "k");
+        EXPECT_TRUE(store.synchronize());
+    });
+    EXPECT_EQ(Lines(err), 2) << "one on reading, one naming the backup: " << err;
+    EXPECT_NE(err.find(".corrupt.2"), std::string::npos) << err;
+    EXPECT_EQ(ReadBytes(file + ".corrupt.2"), "garbage");
+    EXPECT_EQ(ReadBytes(file + ".corrupt"), "older");
+    EXPECT_EQ(ReadBytes(file + ".corrupt.1"), "older still");
+    EXPECT_EQ(UserDefaults(file).integerForKey("k"), 1);
+    std::filesystem::remove(file + ".corrupt.2");
 
     // Damaged while a store runs: found by its next synchronise, set aside, then written anew.
     UserDefaults store(file);
     WriteBytes(file, "garbage three");
     store.setObject(2, "j");
-    const std::string err = Stderr([&] { EXPECT_TRUE(store.synchronize()); });
+    err = Stderr([&] { EXPECT_TRUE(store.synchronize()); });
     EXPECT_EQ(ReadBytes(file + ".corrupt.2"), "garbage three") << err;
     UserDefaults reread(file);
     EXPECT_EQ(reread.integerForKey("j"), 2);
