@@ -118,7 +118,7 @@ const auto OneEntry = [](const std::string& value) {
 };
 
 // {"a": chain}: a chain of `levels` arrays, each holding the next one (twice when `doubled`),
-// ending in a text of 100 bytes. Doubled, the file stays small while its size written out doubles
+// ending in a text of 1000 bytes. Doubled, the file stays small while its size written out doubles
 // with every level.
 std::string Chain(int levels, bool doubled) {
     std::string objects = "\xD1" + Big(1, 4) + Big(2, 4) +
