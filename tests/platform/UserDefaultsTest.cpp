@@ -6,6 +6,7 @@
 #include "support/Seed.h"
 #include "support/Testing.h"
 
+#include <cerrno>
 #include <filesystem>
 
 using platform::UserDefaults;
@@ -242,6 +243,13 @@ TEST_F(UserDefaultsTest, RefusesTextsItCouldNotReadBackSilently) {
     EXPECT_EQ(err, "");
     EXPECT_FALSE(store.objectForKey("k"));
     EXPECT_TRUE(store.allKeys().empty());
+}
+
+// errno means something only after a call fails: one left from before does not disturb a read.
+TEST_F(UserDefaultsTest, AnErrnoLeftFromBeforeDoesNotDisturbReading) {
+    UserDefaults(file).setObject(1, "k");
+    errno = EINTR;
+    EXPECT_EQ(UserDefaults(file).integerForKey("k"), 1);
 }
 
 TEST_F(UserDefaultsTest, ADiscardedChangeIsNeverWrittenNotEvenAtTheEnd) {

@@ -202,11 +202,12 @@ TEST_F(ProgramsTest, GermanMessagesAroundWellLinesThatStayTheSame) {
     }
 }
 
-// The host opens the standard store when no --defaults is given.
+// The host opens the standard store when no --defaults is given, and makes the folders it needs.
 TEST_F(ProgramsTest, TheStandardStoreFileFollowsTheEnvironment) {
     const std::string f = folder.path();
     const std::pair<std::string, std::string> rows[] = {
-        {"BKGCOLORS_DEFAULTS=" + f + "/named.plist", f + "/named.plist"},
+        // A relative file lies in the folder the host runs in.
+        {"BKGCOLORS_DEFAULTS=new/named.plist", f + "/new/named.plist"},
         {"XDG_CONFIG_HOME=" + f + "/x/y", f + "/x/y/org.bkgcolors.host.plist"},
         {"XDG_CONFIG_HOME=relative HOME=" + f + "/h1", f + "/h1/.config/org.bkgcolors.host.plist"},
         {"XDG_CONFIG_HOME= HOME=" + f + "/h2", f + "/h2/.config/org.bkgcolors.host.plist"},
@@ -215,7 +216,9 @@ TEST_F(ProgramsTest, TheStandardStoreFileFollowsTheEnvironment) {
         SCOPED_TRACE(assignments);
         prefix = "cd " + Quote(f) + " && env -u BKGCOLORS_DEFAULTS -u XDG_CONFIG_HOME " +
                  assignments + " ";
-        EXPECT_EQ(Program("bkgcolors-pane", {"--plugin", plugin, "#123456"}).status, 0);
+        const Outcome run = Program("bkgcolors-pane", {"--plugin", plugin, "#123456"});
+        EXPECT_EQ(run.status, 0);
+        EXPECT_EQ(run.err, "");
         EXPECT_EQ(platform::UserDefaults(file).integerForKey("BkgColorsSelectedColor"), 0x563412);
     }
 }
