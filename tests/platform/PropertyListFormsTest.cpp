@@ -426,6 +426,30 @@ TEST(PropertyListForms, AFileThatWouldWriteOutAtTheBoundIsTooLarge) {
     }
 }
 
+// XML shares nothing, yet a text of two-byte characters takes as many bytes in it as in the binary
+// form, which adds a reference and offsets: an XML file under the bound may write out at it.
+TEST(PropertyListForms, AnXmlFileThatWouldWriteOutAtTheBoundIsTooLarge) {
+    const auto Text = [](std::size_t characters) {
+        std::string text;
+        for (std::size_t i = 0; i < characters; ++i)
+            text += "\xC3\xA9";
+        return text;
+    };
+    BinarySize guess;
+    CountInto(guess, Dict({{"k", PropertyValue::Text(Text(1 << 20))}}));
+    const std::size_t n = (1 << 20) + (kStoreFileLimit - guess.total()) / 2;
+    BinarySize exact;
+    CountInto(exact, Dict({{"k", PropertyValue::Text(Text(n))}}));
+    ASSERT_EQ(exact.total(), kStoreFileLimit);
+    for (const auto& [size, kind] : {std::pair{n, ReadError::TooLarge}, {n - 1, ReadError::None}}) {
+        SCOPED_TRACE(size);
+        ReadFailure failure;
+        ReadPropertyList(
+            "<plist><dict><key>k</key><string>" + Text(size) + "</string></dict></plist>", failure);
+        EXPECT_EQ(failure.kind, kind) << failure.reason;
+    }
+}
+
 TEST(PropertyListForms, ExportRefusesWhatXmlCannotCarryAndNamesTheKey) {
     PropertyValue set = PropertyValue::List({});
     set.kind = PropertyValue::Kind::Set;
