@@ -462,11 +462,12 @@ class ExportImportTest(ToolCase):
 
 class FindTest(ToolCase):
     def test_find_matches_keys_and_nested_values_in_any_case(self):
-        self.make({"Colour": 1, "other": {"deep": ["RedBox"]}, "plain": 2}, "org.one")
+        self.make({"Colour": 1, "other": {"deep": ["RedBox"]}, "plain": 2, "shade": "Redder"},
+                  "org.one")
         self.make({"red": "x"}, "org.two")
         self.assertEqual(self.ok("find", "rEd"),
-                         "Found 1 keys in domain 'org.one': {\n    other = {\n        deep = (\n"
-                         "            RedBox\n        );\n    };\n}\n"
+                         "Found 2 keys in domain 'org.one': {\n    other = {\n        deep = (\n"
+                         "            RedBox\n        );\n    };\n    shade = Redder;\n}\n"
                          "Found 1 keys in domain 'org.two': {\n    red = x;\n}\n")
         self.refused(["find", "absent-word"], status=1)
         self.assertIn("RedBox", self.ok("--defaults", self.path("org.one"), "find", "redbox"))
