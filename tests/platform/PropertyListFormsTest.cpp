@@ -448,6 +448,23 @@ TEST(PropertyListForms, AnXmlFileThatWouldWriteOutAtTheBoundIsTooLarge) {
             "<plist><dict><key>k</key><string>" + Text(size) + "</string></dict></plist>", failure);
         EXPECT_EQ(failure.kind, kind) << failure.reason;
     }
+    // Cut short after its text, a file is unparsable, unless what it held by then already takes
+    // the bound at least.
+    const auto HeldAtLeast = [&](std::size_t characters) {
+        BinarySize held;
+        held.addKey("k");
+        held.addValue(PropertyValue::Text(Text(characters)));
+        return held.atLeast(0);
+    };
+    const std::size_t cut = (1 << 20) + (kStoreFileLimit - 1 - HeldAtLeast(1 << 20)) / 2;
+    ASSERT_EQ(HeldAtLeast(cut), kStoreFileLimit - 1);
+    for (const auto& [size, kind] :
+         {std::pair{cut, ReadError::Unparsable}, {cut + 1, ReadError::TooLarge}}) {
+        SCOPED_TRACE(size);
+        ReadFailure failure;
+        ReadPropertyList("<plist><dict><key>k</key><string>" + Text(size) + "</string>", failure);
+        EXPECT_EQ(failure.kind, kind) << failure.reason;
+    }
 }
 
 TEST(PropertyListForms, ExportRefusesWhatXmlCannotCarryAndNamesTheKey) {
