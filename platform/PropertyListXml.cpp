@@ -159,7 +159,7 @@ public:
         }
         const bool parsed = XML_Parse(parser_, file.data(), static_cast<int>(file.size()),
                                       XML_TRUE) == XML_STATUS_OK;
-        if (tooLarge_) {
+        if (tooLarge_ || (parsed && problem_.empty() && written_.total() >= kStoreFileLimit)) {
             failure = {ReadError::TooLarge, "it would take more than the limit of " +
                                                 StoreFileLimitText() + " once written"};
             return std::nullopt;

@@ -85,7 +85,12 @@ TEST_F(BackgroundColorPrefTest, LeavingStoresTheChosenColourWithoutAlpha) {
     EXPECT_EQ(Shown(), Opaque(0x12, 0x34, 0x56)) << "shown opaque after a reselect";
 
     pane.colorWell("newColorWell")->setColor(Color("NSDeviceCMYKColorSpace", {0, 0, 0, 1, 1}));
-    EXPECT_THROW(pane.didUnselect(), std::invalid_argument);
+    try {
+        pane.didUnselect();
+        ADD_FAILURE() << "a colour without an RGB form was stored";
+    } catch (const std::invalid_argument& e) {
+        EXPECT_STREQ(e.what(), "colour space NSDeviceCMYKColorSpace has no RGB components");
+    }
     EXPECT_EQ(Stored(), UserDefaults::Object(0x563412)) << "no RGB form: nothing stored";
 }
 

@@ -1,6 +1,6 @@
-// Files that another property-list tool (Python's plistlib) writes: every kind, NUL in texts and
-// keys, 64-bit integers, nesting to 128, XML with and without a byte-order mark. The store reads
-// them, and a write of its own leaves everything else in them equal.
+// Files that another property-list tool (Python's plistlib) writes, as the store's getters read
+// them. That every file of tests/support/plist_files.py reads, and a write leaves the rest of it
+// equal, defaults_tool_test.py checks through the same reader and writer.
 
 #include "platform/UserDefaults.h"
 
@@ -12,34 +12,6 @@
 using platform::UserDefaults;
 
 namespace {
-
-TEST(PropertyListFiles, WhatOtherToolsWriteIsReadAndWrittenBackEqual) {
-    TempFolder made, work;
-    const int status = PlistFiles("make '" + made.path() + "'");
-    if (status == -1)
-        GTEST_SKIP() << "python3 with plistlib is not installed";
-    ASSERT_EQ(status, 0);
-    const std::set<std::string> names = Listing(made.path());
-    ASSERT_GE(names.size(), 10u);
-    for (const std::string& name : names) {
-        SCOPED_TRACE(name);
-        const bool reads = name.rfind("read-", 0) == 0;
-        const std::string original = made / name, file = work / name;
-        std::filesystem::copy_file(original, file);
-        const std::string err = Stderr([&] {
-            UserDefaults store(file);
-            store.setObject(1, "new");
-            EXPECT_TRUE(store.synchronize());
-        });
-        EXPECT_EQ(Lines(err), reads ? 0 : 2) << err;
-        if (reads) {
-            EXPECT_EQ(PlistFiles("same '" + original + "' '" + file + "'"), 0);
-        } else {
-            EXPECT_EQ(ReadBytes(file + ".corrupt"), ReadBytes(original));
-            EXPECT_EQ(UserDefaults(file).allKeys(), std::vector<std::string>{"new"});
-        }
-    }
-}
 
 TEST(PropertyListFiles, TextsAndKeysHoldingNulReadAsTheyAre) {
     TempFolder made;

@@ -1,5 +1,5 @@
 // One bound, 4 MiB, for what the store reads and what it writes, so that every file it wrote
-// reads back; shared objects count each time they are reached.
+// reads back.
 
 #include "platform/UserDefaults.h"
 #include "platform/internal/PropertyList.h"
@@ -14,24 +14,9 @@ using platform::internal::kStoreFileLimit;
 
 namespace {
 
-// {"a": chain}: a chain of `levels` arrays, each holding the next one twice, ending in a text of
-// 100 bytes. The file stays small; written out in full it doubles with every level.
-std::string SharedChain(int levels) {
-    std::string objects = "\xD1" + Big(1, 2) + Big(2, 2) +
-                          "\x51"
-                          "a";
-    std::vector<std::uint64_t> offsets = {8, 13};
-    for (int i = 0; i < levels; ++i) {
-        offsets.push_back(8 + objects.size());
-        objects += "\xA2" + Big(3 + i, 2) + Big(3 + i, 2);
-    }
-    offsets.push_back(8 + objects.size());
-    return Binary(objects + "\x5F\x10\x64" + std::string(100, 'x'), offsets, 2);
-}
+using StoreLimits = StoreFileTest;
 
-TEST(StoreLimits, FilesJustUnderTheBoundReadAndAtTheBoundAreRefused) {
-    TempFolder folder;
-    const std::string file = folder / "store.plist";
+TEST_F(StoreLimits, FilesJustUnderTheBoundReadAndAtTheBoundAreRefused) {
     // The size given to plist_files.py: positive for binary, negative for XML.
     const std::pair<long, bool> rows[] = {
         {static_cast<long>(kStoreFileLimit) - 1, true},
@@ -62,31 +47,9 @@ TEST(StoreLimits, FilesJustUnderTheBoundReadAndAtTheBoundAreRefused) {
     }
 }
 
-TEST(StoreLimits, SharedObjectsCountEachTimeTheyAreReached) {
-    TempFolder folder;
-    const std::string file = folder / "store.plist";
-    // 12 levels: 4096 copies of the text, about 420 kB written out; 16 levels: 6.6 MB.
-    for (const auto& [levels, reads] : {std::pair{12, true}, std::pair{16, false}}) {
-        SCOPED_TRACE(levels);
-        const std::string bytes = SharedChain(levels);
-        WriteBytes(file, bytes);
-        std::unique_ptr<UserDefaults> store;
-        const std::string err = Stderr([&] { store = std::make_unique<UserDefaults>(file); });
-        EXPECT_EQ(Lines(err), reads ? 0 : 1) << err;
-        store->setObject(1, "new");
-        EXPECT_EQ(store->synchronize(), reads);
-        store.reset();
-        EXPECT_EQ(reads ? UserDefaults(file).integerForKey("new") == 1 : ReadBytes(file) == bytes,
-                  true)
-            << "what it wrote reads back; what it could not read stays";
-    }
-}
-
 // The change that would pass the bound is refused and kept pending; everything accepted before
 // it stays readable, by this store and by the next.
-TEST(StoreLimits, AChangePastTheBoundIsRefusedAndKeptPendingTheRestStays) {
-    TempFolder folder;
-    const std::string file = folder / "store.plist";
+TEST_F(StoreLimits, AChangePastTheBoundIsRefusedAndKeptPendingTheRestStays) {
     const std::string text(1 << 20, 'x');
     UserDefaults store(file);
     int accepted = 0;

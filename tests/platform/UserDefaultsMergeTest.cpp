@@ -18,6 +18,8 @@ using Object = UserDefaults::Object;
 
 namespace {
 
+using UserDefaultsMerge = StoreFileTest;
+
 // A store as the merge rule sees it: what it last read from the file, and its own changes since.
 struct ModelStore {
     std::map<std::string, Object> view;
@@ -38,11 +40,9 @@ struct ModelStore {
     }
 };
 
-TEST(UserDefaultsMerge, RandomChangesOfThreeStoresFollowTheMergeRule) {
+TEST_F(UserDefaultsMerge, RandomChangesOfThreeStoresFollowTheMergeRule) {
     const TestSeed seed;
     std::mt19937 random(seed.value);
-    TempFolder folder;
-    const std::string file = folder / "store.plist";
     const std::string keys[] = {"a", "b", "c", "d", "e"};
 
     std::map<std::string, Object> modelFile;
@@ -87,9 +87,8 @@ TEST(UserDefaultsMerge, RandomChangesOfThreeStoresFollowTheMergeRule) {
 // Another process may replace the file with one that every stamp takes for the old one (the inode
 // reused, the same size, the same time tick). Under the lock the file is read all the same, so
 // what that process wrote is merged, never undone.
-TEST(UserDefaultsMerge, AFileThatLooksUnchangedIsReadAgainUnderTheLock) {
-    TempFolder folder;
-    const std::string file = folder / "store.plist", theirs = folder / "theirs.plist";
+TEST_F(UserDefaultsMerge, AFileThatLooksUnchangedIsReadAgainUnderTheLock) {
+    const std::string theirs = folder / "theirs.plist";
     for (const std::string& path : {file, theirs}) {
         UserDefaults writer(path);
         writer.setObject(path == file ? 1 : 2, "theirs");
@@ -116,9 +115,8 @@ TEST(UserDefaultsMerge, AFileThatLooksUnchangedIsReadAgainUnderTheLock) {
 
 // A file that could not be parsed when it was read, and that another process has put right since,
 // is merged into like any other, not set aside as damaged.
-TEST(UserDefaultsMerge, AFileRepairedSinceItWasReadIsMergedNotSetAside) {
-    TempFolder folder;
-    const std::string file = folder / "store.plist", good = folder / "good.plist";
+TEST_F(UserDefaultsMerge, AFileRepairedSinceItWasReadIsMergedNotSetAside) {
+    const std::string good = folder / "good.plist";
     WriteBytes(file, "not a property list");
     std::unique_ptr<UserDefaults> store;
     Stderr([&] { store = std::make_unique<UserDefaults>(file); });
@@ -133,9 +131,7 @@ TEST(UserDefaultsMerge, AFileRepairedSinceItWasReadIsMergedNotSetAside) {
 
 // A file the user has made unreadable since it was read is not written over: the write is
 // refused, the file keeps its contents and mode, and the change stays pending.
-TEST(UserDefaultsMerge, AFileMadeUnreadableSinceItWasReadIsNotWrittenOver) {
-    TempFolder folder;
-    const std::string file = folder / "store.plist";
+TEST_F(UserDefaultsMerge, AFileMadeUnreadableSinceItWasReadIsNotWrittenOver) {
     UserDefaults(file).setObject(1, "theirs");
     const std::string before = ReadBytes(file);
     UserDefaults store(file);

@@ -67,6 +67,20 @@ TEST_F(BPreferencesTest, EachSetterStoresItsKindUnderSectionFollowedByName) {
     EXPECT_EQ(OnDisk().allKeys().size(), 10u) << "nothing stored under any other key";
 }
 
+// The char-keyed forms stop the program at a null section, name or text; the store is not reached.
+TEST_F(BPreferencesTest, ANullSectionNameOrTextStopsTheProgram) {
+    const std::pair<const char*, std::function<void()>> rows[] = {
+        {"section && name", [&] { prefs.Set(nullptr, "n", 1); }},
+        {"section && name", [&] { prefs.Set("S", nullptr, Str("x")); }},
+        {"section && name && value", [&] { prefs.Set("S", "n", static_cast<char*>(nullptr)); }},
+    };
+    for (const auto& [expression, set] : rows) {
+        SCOPED_TRACE(expression);
+        EXPECT_DEATH(set(), "\\(" + std::string(expression) +
+                                "\\), function Set, file BPreferencesCocoaWrapper, line [0-9]+");
+    }
+}
+
 TEST_F(BPreferencesTest, GettersGiveTheDefaultOnlyWhereTheKindDoesNotFit) {
     prefs.Set("G", "text", Str("12abc"));
     prefs.Set("G", "int", -1);
@@ -150,11 +164,14 @@ TEST_F(BPreferencesStructured, ListsAndObjectsRoundTrip) {
     BMetaDataClass object, objectBack;
     object.m_metaData += list;
     prefs.Set("Sec", "List", list);
+    prefs.Set(Str("Sec"), Str("StrList"), list);
     prefs.Set(Str("Sec"), Str("Object"), object);
-    BMetaDataTaggedList back;
-    back.SetData("stale", 1);
-    EXPECT_EQ(prefs.Get(Str("Sec"), Str("List"), back), 0);
-    EXPECT_EQ(RecordOf(back), RecordOf(list)) << "same items, same tags, same order";
+    for (const char* name : {"List", "StrList"}) {
+        BMetaDataTaggedList back;
+        back.SetData("stale", 1);
+        EXPECT_EQ(prefs.Get(Str("Sec"), Str(name), back), 0) << name;
+        EXPECT_EQ(RecordOf(back), RecordOf(list)) << name << ": same items, tags and order";
+    }
     EXPECT_EQ(prefs.Get(Str("Sec"), Str("Object"), objectBack), 0);
     EXPECT_EQ(RecordOf(objectBack.m_metaData), RecordOf(list));
 }

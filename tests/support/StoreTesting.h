@@ -15,6 +15,13 @@
 #include <sys/wait.h>
 #include <vector>
 
+// A fresh folder for each test, and the store file's place in it.
+class StoreFileTest : public ::testing::Test {
+protected:
+    TempFolder folder;
+    const std::string file = folder / "store.plist";
+};
+
 // The names in `folder`, so that a test can see that nothing was added, renamed or left behind.
 inline std::set<std::string> Listing(const std::string& folder) {
     std::set<std::string> names;

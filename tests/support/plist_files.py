@@ -2,8 +2,9 @@
 """Property-list files as another tool writes them, for the store's tests.
 
 plist_files.py make FOLDER   writes the files: read-*.plist must read, refused-*.plist must not
-plist_files.py same A B      exit 0 when B holds what A holds (B may add the key "new")
 plist_files.py limit FILE N  writes a binary (or, with N negative, XML) file of exactly |N| bytes
+
+Imported, make() writes the same files and canonical() lets two readings of a file be compared.
 """
 import datetime
 import plistlib
@@ -65,16 +66,6 @@ def canonical(value):
     return (type(value).__name__, value)
 
 
-def same(a, b):
-    with open(a, "rb") as one, open(b, "rb") as two:
-        first, second = plistlib.load(one), plistlib.load(two)
-    second.pop("new", None)
-    if canonical(first) != canonical(second):
-        print(f"{b} differs from {a}", file=sys.stderr)
-        return 1
-    return 0
-
-
 def limit(path, size):
     fmt = BIN if size > 0 else XML
     size = abs(size)
@@ -97,8 +88,6 @@ if __name__ == "__main__":
     if verb == "make":
         make(sys.argv[2])
         sys.exit(0)
-    if verb == "same":
-        sys.exit(same(sys.argv[2], sys.argv[3]))
     if verb == "limit":
         sys.exit(limit(sys.argv[2], int(sys.argv[3])))
     sys.exit(2)

@@ -33,7 +33,7 @@ protected:
     Outcome Program(const std::string& name, const std::vector<std::string>& args,
                     const std::string& out = "") {
         std::string command =
-            locale + "timeout 120 " + Quote(Environment("BKGCOLORS_BIN") + "/" + name);
+            prefix + "timeout 120 " + Quote(Environment("BKGCOLORS_BIN") + "/" + name);
         for (const auto& arg : args)
             command += " " + Quote(arg);
         command += " >" + Quote(out.empty() ? folder / "out" : out) + " 2>" + Quote(folder / "err");
@@ -57,13 +57,13 @@ protected:
         const std::string make = "mkdir -p " + Quote(locales) + " && localedef -i de_DE -f UTF-8 " +
                                  Quote(locales + "/" + name) + " >/dev/null 2>&1";
         std::system(make.c_str());
-        locale = "env -u LANGUAGE LC_ALL=" + name + " LOCPATH=" + Quote(locales) + " ";
+        prefix = "env -u LANGUAGE LC_ALL=" + name + " LOCPATH=" + Quote(locales) + " ";
         return std::filesystem::is_directory(locales + "/" + name);
     }
 
     TempFolder folder;
     std::string store = folder / "defaults.plist", plugin = Environment("BKGCOLORS_PLUGIN");
-    std::string locale; // the environment programs run with, before their name
+    std::string prefix; // what runs the programs (a folder, an environment), before their name
 };
 
 const auto Lines = [](const std::string& t) { return std::count(t.begin(), t.end(), '\n'); };
@@ -108,49 +108,45 @@ TEST_F(ProgramsTest, HostShowsTheDefaultThenStoresTheChosenColourAsOnePackedInte
     EXPECT_EQ(Host({}).out.substr(0, 24), "currentColorWell #E6E6E6") << "the default again";
 }
 
-// Every bad invocation: status 2, one line on stderr, the store's bytes unchanged, no crash.
+// Every bad invocation of the host: status 2, one line on stderr, the store's bytes unchanged, no
+// crash. The defaults tool's are in defaults_tool_test.py.
 TEST_F(ProgramsTest, BadInvocationsFailCleanlyAndLeaveTheStoreAlone) {
     ASSERT_EQ(Defaults({"write", "BkgColorsSelectedColor", "-int", "42"}).status, 0);
     const std::string before = ReadBytes(store);
     WriteBytes(folder / "blocker", "a file where a folder should be");
-    const std::string blocked = folder / "blocker/defaults.plist", pane = "bkgcolors-pane",
-                      tool = "bkgcolors-defaults",
+    const std::string fifo = folder / "fifo.plist";
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    const std::string blocked = folder / "blocker/defaults.plist",
                       library = Environment("BKGCOLORS_BIN") + "/../lib/libbkgcolors_base.so";
-    // The defaults tool's own refusals are checked against every verb in defaults_tool_test.py;
-    // these are the ones the two programs share.
     struct Row {
         const char* name;
-        std::string program;
         std::vector<std::string> args;
-        bool withStore; // --defaults with the test's store (and the host its plug-in) first
+        bool withStore; // --defaults with the test's store and --plugin with its plug-in first
     };
     const Row rows[] = {
-        {"unknown option", pane, {"--bogus"}, true},
-        {"component past 1", pane, {"1.5,0,0"}, true},
-        {"component not a number", pane, {"nan,0,0"}, true},
-        {"no colour syntax", pane, {"abc"}, true},
-        {"two colours", pane, {"#112233", "#445566"}, true},
-        {"white past 1", pane, {"--white", "2"}, true},
-        {"white and a colour", pane, {"--white", "0.5", "#123"}, true},
-        {"decimal alpha", pane, {"0,0,1,0.25"}, true},
-        {"hex alpha", pane, {"#3366CC80"}, true},
-        {"rgba alpha", pane, {"rgba(1, 2, 3, 0.5)"}, true},
-        {"rgb past 255", pane, {"rgb(256, 0, 0)"}, true},
-        {"no module", pane, {"--plugin", "/none/pane.so", "--defaults", store, "#112233"}, false},
-        {"not a module", pane, {"--plugin", store, "--defaults", store, "#112233"}, false},
-        {"no pane factory", pane, {"--plugin", library, "--defaults", store, "#112233"}, false},
-        {"store path blocked", pane, {"--plugin", plugin, "--defaults", blocked, "#112233"}, false},
-        {"store option without value", pane, {"--plugin", plugin, "--defaults"}, false},
-        {"write without value", tool, {"write", "BkgColorsSelectedColor"}, true},
-        {"infinite float", tool, {"write", "BkgColorsSelectedColor", "-float", "inf"}, true},
-        {"text not UTF-8", tool, {"write", "BkgColorsSelectedColor", "-string", "\xFF"}, true},
-        {"store path blocked", tool, {"--defaults", blocked, "write", "k", "-int", "1"}, false},
+        {"unknown option", {"--bogus"}, true},
+        {"component past 1", {"1.5,0,0"}, true},
+        {"component not a number", {"nan,0,0"}, true},
+        {"no colour syntax", {"abc"}, true},
+        {"two colours", {"#112233", "#445566"}, true},
+        {"white past 1", {"--white", "2"}, true},
+        {"white and a colour", {"--white", "0.5", "#123"}, true},
+        {"decimal alpha", {"0,0,1,0.25"}, true},
+        {"hex alpha", {"#3366CC80"}, true},
+        {"rgba alpha", {"rgba(1, 2, 3, 0.5)"}, true},
+        {"rgb past 255", {"rgb(256, 0, 0)"}, true},
+        {"no module", {"--plugin", "/none/pane.so", "--defaults", store, "#112233"}, false},
+        {"not a module", {"--plugin", store, "--defaults", store, "#112233"}, false},
+        {"no pane factory", {"--plugin", library, "--defaults", store, "#112233"}, false},
+        {"store path blocked", {"--plugin", plugin, "--defaults", blocked, "#112233"}, false},
+        {"store option without value", {"--plugin", plugin, "--defaults"}, false},
+        // A FIFO nobody writes to would block a reader for ever.
+        {"store a FIFO", {"--plugin", plugin, "--defaults", fifo}, false},
+        {"store a FIFO, with a colour", {"--plugin", plugin, "--defaults", fifo, "#123456"}, false},
     };
-    for (const auto& [name, program, args, withStore] : rows) {
-        SCOPED_TRACE(program + ": " + name);
-        Outcome run = !withStore        ? Program(program, args)
-                      : program == pane ? Host(args)
-                                        : Defaults(args);
+    for (const auto& [name, args, withStore] : rows) {
+        SCOPED_TRACE(name);
+        Outcome run = withStore ? Host(args) : Program("bkgcolors-pane", args);
         EXPECT_EQ(run.status, 2);
         EXPECT_EQ(Lines(run.err), 1) << run.err;
         EXPECT_EQ(ReadBytes(store), before);
@@ -158,18 +154,11 @@ TEST_F(ProgramsTest, BadInvocationsFailCleanlyAndLeaveTheStoreAlone) {
     EXPECT_EQ(ReadBytes(folder / "blocker"), "a file where a folder should be");
 }
 
-TEST_F(ProgramsTest, AFailedWriteOfTheirOwnOutputIsExitTwoWithOneLine) {
-    ASSERT_EQ(Defaults({"write", "k", "-int", "1"}).status, 0);
-    const std::pair<const char*, std::vector<std::string>> rows[] = {
-        {"bkgcolors-defaults", {"--defaults", store, "read", "k"}},
-        {"bkgcolors-defaults", {"--defaults", store, "read"}},
-        {"bkgcolors-defaults", {"--help"}},
-        {"bkgcolors-pane", {"--plugin", plugin, "--defaults", store}},
-        {"bkgcolors-pane", {"--help"}},
-    };
-    for (const auto& [program, args] : rows) {
-        SCOPED_TRACE(program + (" " + ::testing::PrintToString(args)));
-        Outcome run = Program(program, args, "/dev/full");
+TEST_F(ProgramsTest, AFailedWriteOfTheHostsOwnOutputIsExitTwoWithOneLine) {
+    for (const std::vector<std::string>& args :
+         {std::vector<std::string>{"--plugin", plugin, "--defaults", store}, {"--help"}}) {
+        SCOPED_TRACE(::testing::PrintToString(args));
+        Outcome run = Program("bkgcolors-pane", args, "/dev/full");
         EXPECT_EQ(run.status, 2);
         EXPECT_EQ(Lines(run.err), 1) << run.err;
     }
@@ -213,55 +202,24 @@ TEST_F(ProgramsTest, GermanMessagesAroundWellLinesThatStayTheSame) {
     }
 }
 
-TEST_F(ProgramsTest, RealsAndBooleansInTheColourKeyAreReadAsThePlatformReadsThem) {
-    const std::pair<const char*, const char*> rows[] = {
-        {"<real>255</real>", "#FF0000"},
-        {"<real>65407.9</real>", "#7FFF00"}, // truncated to 65407
-        {"<true/>", "#010000"},
-        {"<false/>", "#000000"},
-    };
-    for (const auto& [value, shown] : rows) {
-        SCOPED_TRACE(value);
-        WriteBytes(store, std::string("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist "
-                                      "version=\"1.0\"><dict><key>BkgColorsSelectedColor</key>") +
-                              value + "</dict></plist>\n");
-        Outcome run = Host({});
-        EXPECT_EQ(run.status, 0) << run.err;
-        EXPECT_EQ(run.out.substr(0, 24), std::string("currentColorWell ") + shown);
-    }
-}
-
-TEST_F(ProgramsTest, AFifoAtTheStorePathIsRefusedNotWaitedOn) {
-    ASSERT_EQ(mkfifo(store.c_str(), 0600), 0);
-    for (Outcome run : {Defaults({"read", "k"}), Defaults({"write", "k", "-int", "1"}), Host({}),
-                        Host({"#123456"})}) {
-        EXPECT_EQ(run.status, 2);
-        EXPECT_EQ(Lines(run.err), 1) << run.err;
-    }
-}
-
-TEST_F(ProgramsTest, StandardStoreFileFollowsTheEnvironment) {
-    const std::string f = folder.path(),
-                      tool = Quote(Environment("BKGCOLORS_BIN") + "/bkgcolors-defaults");
+// The host opens the standard store when no --defaults is given, and makes the folders it needs.
+TEST_F(ProgramsTest, TheStandardStoreFileFollowsTheEnvironment) {
+    const std::string f = folder.path();
     const std::pair<std::string, std::string> rows[] = {
-        {"BKGCOLORS_DEFAULTS=" + f + "/named.plist", f + "/named.plist"},
+        // A relative file lies in the folder the host runs in.
+        {"BKGCOLORS_DEFAULTS=new/named.plist", f + "/new/named.plist"},
         {"XDG_CONFIG_HOME=" + f + "/x/y", f + "/x/y/org.bkgcolors.host.plist"},
         {"XDG_CONFIG_HOME=relative HOME=" + f + "/h1", f + "/h1/.config/org.bkgcolors.host.plist"},
         {"XDG_CONFIG_HOME= HOME=" + f + "/h2", f + "/h2/.config/org.bkgcolors.host.plist"},
     };
     for (const auto& [assignments, file] : rows) {
         SCOPED_TRACE(assignments);
-        // The file the environment names is the domain; otherwise the store's domain is named.
-        const std::string domain =
-            assignments.rfind("BKGCOLORS", 0) == 0 ? "" : "org.bkgcolors.host ";
-        std::string command = "cd " + Quote(f) +
-                              " && env -u BKGCOLORS_DEFAULTS -u XDG_CONFIG_HOME " + assignments +
-                              " " + tool + " write " + domain + "k -int 7";
-        ASSERT_EQ(std::system(command.c_str()), 0);
-        EXPECT_EQ(platform::UserDefaults(file).integerForKey("k"), 7);
-        struct stat made;
-        ASSERT_EQ(stat(std::filesystem::path(file).parent_path().c_str(), &made), 0);
-        EXPECT_EQ(made.st_mode & 0777, 0700u);
+        prefix = "cd " + Quote(f) + " && env -u BKGCOLORS_DEFAULTS -u XDG_CONFIG_HOME " +
+                 assignments + " ";
+        const Outcome run = Program("bkgcolors-pane", {"--plugin", plugin, "#123456"});
+        EXPECT_EQ(run.status, 0);
+        EXPECT_EQ(run.err, "");
+        EXPECT_EQ(platform::UserDefaults(file).integerForKey("BkgColorsSelectedColor"), 0x563412);
     }
 }
 

@@ -25,6 +25,8 @@ using platform::UserDefaults;
 
 namespace {
 
+using StoreFault = StoreFileTest;
+
 // Runs `body` in a child process that leaves without running this process's exit handlers.
 template <typename Body> pid_t Fork(Body body) {
     pid_t pid = fork();
@@ -49,7 +51,7 @@ void StopHere(WritePoint point) {
             pause();
 }
 
-TEST(StoreFault, KilledWriterLeavesTheOldFileOrTheNewOneWhole) {
+TEST_F(StoreFault, KilledWriterLeavesTheOldFileOrTheNewOneWhole) {
     struct Stop {
         const char* name;
         WritePoint point;
@@ -61,8 +63,6 @@ TEST(StoreFault, KilledWriterLeavesTheOldFileOrTheNewOneWhole) {
         {"renamed over the file", WritePoint::Renamed, true},
         {"folder flushed", WritePoint::FolderSynced, true},
     };
-    TempFolder folder;
-    const std::string file = folder / "store.plist";
     std::int32_t generation = 1;
     {
         UserDefaults first(file);
@@ -112,10 +112,8 @@ TEST(StoreFault, KilledWriterLeavesTheOldFileOrTheNewOneWhole) {
     EXPECT_EQ(Listing(folder.path()), (std::set<std::string>{"store.plist", "store.plist.lock"}));
 }
 
-TEST(StoreFault, ConcurrentWritersLoseNoKey) {
-    TempFolder folder;
-    const std::string file = folder / "store.plist";
-    constexpr int kWriters = 4, kWrites = 100;
+TEST_F(StoreFault, ConcurrentWritersLoseNoKey) {
+    constexpr int kWriters = 4, kWrites = 25;
     // All writers wait for the pipe to close, then write at once.
     int start[2];
     ASSERT_EQ(pipe(start), 0);
@@ -150,9 +148,8 @@ TEST(StoreFault, ConcurrentWritersLoseNoKey) {
 
 // A lock held past the wait, or a link planted where the lock goes: one line, the file as it was,
 // the change pending until the lock can be had.
-TEST(StoreFault, ALockNotHadInTimeOrPlantedAsALinkRefusesTheWrite) {
-    TempFolder folder;
-    const std::string file = folder / "store.plist", lock = file + ".lock";
+TEST_F(StoreFault, ALockNotHadInTimeOrPlantedAsALinkRefusesTheWrite) {
+    const std::string lock = file + ".lock";
     UserDefaults(file).setObject(1, "old");
     const std::string before = ReadBytes(file);
     WriteBytes(folder / "victim", "not to be touched");
@@ -191,9 +188,8 @@ TEST(StoreFault, ALockNotHadInTimeOrPlantedAsALinkRefusesTheWrite) {
 
 // However often a program synchronises, it waits for locks at most the bound in all; a lock that
 // is free is still taken once the wait is spent.
-TEST(StoreFault, TheLockWaitIsOneBoundForTheWholeRun) {
-    TempFolder folder;
-    const std::string file = folder / "store.plist", lock = file + ".lock";
+TEST_F(StoreFault, TheLockWaitIsOneBoundForTheWholeRun) {
+    const std::string lock = file + ".lock";
     platform::internal::resetLockWait();
     setenv("BKGCOLORS_LOCK_TIMEOUT", "1", 1);
     const int holder = open(lock.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
@@ -221,11 +217,11 @@ TEST(StoreFault, TheLockWaitIsOneBoundForTheWholeRun) {
 
 // A folder without write permission stops every user but root; a file size limit stops root too
 // (the temporary file cannot grow past it, while stderr's capture can).
-TEST(StoreFault, RefusedWriteKeepsTheFileAndThePendingChangesThenRetries) {
+TEST_F(StoreFault, RefusedWriteKeepsTheFileAndThePendingChangesThenRetries) {
     for (bool byPermission : {true, false}) {
         const char* refusal = byPermission ? "folder without write permission" : "file size limit";
         SCOPED_TRACE(refusal);
-        TempFolder folder;
+        std::filesystem::remove(file);
         rlimit saved{};
         getrlimit(RLIMIT_FSIZE, &saved);
         const auto refuse = [&](bool on) {
@@ -235,7 +231,6 @@ TEST(StoreFault, RefusedWriteKeepsTheFileAndThePendingChangesThenRetries) {
             const rlimit limit = on ? rlimit{1024, saved.rlim_max} : saved;
             setrlimit(RLIMIT_FSIZE, &limit);
         };
-        const std::string file = folder / "store.plist";
         UserDefaults(file).setObject(1, "old");
         const std::string before = ReadBytes(file);
         UserDefaults store(file);
@@ -250,16 +245,16 @@ TEST(StoreFault, RefusedWriteKeepsTheFileAndThePendingChangesThenRetries) {
             std::cerr << "skipping \"" << refusal << "\": it does not stop this user\n";
             continue;
         }
-        ::testing::internal::CaptureStderr();
-        const bool first = store.synchronize(), second = store.synchronize();
-        std::string err = ::testing::internal::GetCapturedStderr();
+        const std::string err = Stderr([&] {
+            EXPECT_FALSE(store.synchronize());
+            EXPECT_FALSE(store.synchronize());
+        });
         refuse(false);
-
-        EXPECT_FALSE(first || second);
-        EXPECT_EQ(std::count(err.begin(), err.end(), '\n'), 1) << err;
+        EXPECT_EQ(Lines(err), 1) << err;
         EXPECT_EQ(ReadBytes(file), before);
-        EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 2)
-            << "only the file and its lock; no temporary left behind";
+        EXPECT_EQ(Listing(folder.path()),
+                  (std::set<std::string>{"store.plist", "store.plist.lock"}))
+            << "no temporary left behind";
         EXPECT_EQ(store.stringForKey("big")->size(), 4096u);
         ASSERT_TRUE(store.synchronize());
         UserDefaults reread(file);

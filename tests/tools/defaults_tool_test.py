@@ -7,9 +7,17 @@ Every test runs the installed-style program in a fresh defaults folder. Run one 
 import datetime
 import os
 import plistlib
+import resource
+import shutil
+import signal
+import stat
 import subprocess
+import sys
 import tempfile
 import unittest
+
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support"))
+import plist_files  # noqa: E402  (beside the tests, not installed)
 
 TOOL = os.path.join(os.environ.get("BKGCOLORS_BIN", ""), "bkgcolors-defaults")
 D = "org.example.app"
@@ -28,9 +36,10 @@ class ToolCase(unittest.TestCase):
     def path(self, domain=D):
         return os.path.join(self.config, domain + ".plist")
 
-    def run_tool(self, *args, stdin=b"", stdout=subprocess.PIPE):
+    def run_tool(self, *args, stdin=b"", stdout=subprocess.PIPE, preexec_fn=None):
         run = subprocess.run([TOOL, *args], input=stdin, stdout=stdout, stderr=subprocess.PIPE,
-                             env=self.env, timeout=60, check=False)
+                             env=self.env, cwd=self.folder.name, timeout=60, check=False,
+                             preexec_fn=preexec_fn)
         return run.returncode, (run.stdout or b"").decode(), run.stderr.decode()
 
     def ok(self, *args, stdin=b""):
@@ -47,20 +56,27 @@ class ToolCase(unittest.TestCase):
         with open(self.path(domain), "rb") as f:
             return plistlib.load(f)
 
-    def refused(self, args, status=2, stdin=b""):
-        """The run ends with `status` and one line on stderr, and changes no file."""
+    def refused(self, args, status=2, stdin=b"", said=""):
+        """The run ends with `status` and one line on stderr holding `said`, and changes no
+        file."""
         before = self.snapshot()
         code, _, err = self.run_tool(*args, stdin=stdin)
         self.assertEqual(code, status, err)
         self.assertEqual(err.count("\n"), 1, err)
+        self.assertIn(said, err)
         self.assertEqual(self.snapshot(), before)
 
     def snapshot(self):
+        """The regular files of the test's folder and what they hold; other kinds by name."""
         files = {}
         for root, _, names in os.walk(self.folder.name):
             for name in names:
-                with open(os.path.join(root, name), "rb") as f:
-                    files[os.path.join(root, name)] = f.read()
+                path = os.path.join(root, name)
+                if not stat.S_ISREG(os.lstat(path).st_mode):
+                    files[path] = None
+                    continue
+                with open(path, "rb") as f:
+                    files[path] = f.read()
         return files
 
 
@@ -118,6 +134,27 @@ class WriteTest(ToolCase):
                 self.ok("write", D, "key", *words)
                 self.assertEqual(self.load(), {**EXISTING, "key": expected})
 
+    def test_what_other_tools_write_is_read_and_written_back_equal(self):
+        os.makedirs(self.config)
+        plist_files.make(self.config)
+        names = sorted(os.listdir(self.config))
+        self.assertGreaterEqual(len(names), 10)
+        for name in names:
+            domain = name[:-len(".plist")]
+            with self.subTest(name), open(self.path(domain), "rb") as f:
+                original = f.read()
+                code, _, err = self.run_tool("write", domain, "new", "-int", "1")
+                self.assertEqual(code, 0, err)
+                if name.startswith("read-"):
+                    self.assertEqual(err, "")
+                    self.assertEqual(plist_files.canonical(self.load(domain)),
+                                     plist_files.canonical({**plistlib.loads(original), "new": 1}))
+                    continue
+                self.assertEqual(err.count("\n"), 1, err)
+                with open(self.path(domain) + ".corrupt", "rb") as aside:
+                    self.assertEqual(aside.read(), original)
+                self.assertEqual(self.load(domain), {"new": 1})
+
     def test_add_extends_what_is_there(self):
         self.make({"list": [1], "map": {"a": 1, "b": 2}})
         self.ok("write", D, "list", "-array-add", "x", "-int", "2")
@@ -145,42 +182,77 @@ class WriteTest(ToolCase):
 class BadInputTest(ToolCase):
     def test_bad_input_is_one_line_exit_two_and_changes_nothing(self):
         self.make({"list": [1], "text": "ctl\x01"})
+        with open(os.path.join(self.folder.name, "blocker"), "wb") as f:
+            f.write(b"a file where a folder belongs")
+        os.mkfifo(os.path.join(self.folder.name, "fifo.plist"))
+        blocked = os.path.join(self.folder.name, "blocker", "x.plist")
+        fifo = os.path.join(self.folder.name, "fifo.plist")
+        not_a_date = "is not a date"
+        not_a_domain = "is not a domain name"
         rows = [
-            ("no verb", []),
-            ("unknown verb", ["frobnicate", D]),
-            ("unknown option", ["--bogus", "read"]),
-            ("integer past 64 bits", ["write", D, "k", "-int", "9223372036854775808"]),
-            ("integer with junk", ["write", D, "k", "-int", "12abc"]),
-            ("empty integer", ["write", D, "k", "-int", ""]),
-            ("float nan", ["write", D, "k", "-float", "nan"]),
-            ("float overflow", ["write", D, "k", "-float", "1e999"]),
-            ("bool maybe", ["write", D, "k", "-bool", "maybe"]),
-            ("odd hex", ["write", D, "k", "-data", "abc"]),
-            ("not hex", ["write", D, "k", "-data", "zz"]),
-            ("february 30", ["write", D, "k", "-date", "2021-02-30 00:00:00 +0000"]),
-            ("hour 24", ["write", D, "k", "-date", "2021-01-01T24:00:00Z"]),
-            ("iso without Z", ["write", D, "k", "-date", "2021-01-01T00:00:00"]),
-            ("unknown type", ["write", D, "k", "-bogus", "1"]),
-            ("nested array", ["write", D, "k", "-array", "-array"]),
-            ("type without value", ["write", D, "k", "-array", "-int"]),
-            ("dict key without value", ["write", D, "k", "-dict", "a"]),
-            ("two values", ["write", D, "k", "a", "b"]),
-            ("array-add on a text", ["write", D, "text", "-array-add", "x"]),
-            ("dict-add on an array", ["write", D, "list", "-dict-add", "a", "b"]),
-            ("domain with ..", ["write", "a..b", "k", "v"]),
-            ("empty domain", ["write", "", "k", "v"]),
-            ("hidden domain", ["write", ".x", "k", "v"]),
-            ("key not UTF-8", ["write", D, b"\xc3".decode("utf-8", "surrogateescape"), "v"]),
-            ("read with too much", ["read", D, "k", "extra"]),
-            ("read-type without key", ["read-type", D]),
-            ("export without file", ["export", D]),
-            ("export of a control character", ["export", D, "-"]),
-            ("import of junk", ["import", D, "-"]),
-            ("missing --defaults value", ["--defaults"]),
+            ("no verb", [], "missing verb"),
+            ("unknown verb", ["frobnicate", D], "unknown verb frobnicate"),
+            ("unknown option", ["--bogus", "read"], "unknown option --bogus"),
+            ("integer past 64 bits", ["write", D, "k", "-int", "9223372036854775808"],
+             "'9223372036854775808' is not a 64-bit integer"),
+            ("integer with junk", ["write", D, "k", "-int", "12abc"], "'12abc' is not a 64-bit"),
+            ("empty integer", ["write", D, "k", "-int", ""], "'' is not a 64-bit integer"),
+            ("float nan", ["write", D, "k", "-float", "nan"], "'nan' is not a finite number"),
+            ("float inf", ["write", D, "k", "-float", "inf"], "'inf' is not a finite number"),
+            ("float overflow", ["write", D, "k", "-float", "1e999"], "'1e999' is not a finite"),
+            ("bool maybe", ["write", D, "k", "-bool", "maybe"], "'maybe' is not a boolean"),
+            ("odd hex", ["write", D, "k", "-data", "abc"], "'abc' is not an even number of hex"),
+            ("not hex", ["write", D, "k", "-data", "zz"], "'zz' is not an even number of hex"),
+            ("february 30", ["write", D, "k", "-date", "2021-02-30 00:00:00 +0000"], not_a_date),
+            ("hour 24", ["write", D, "k", "-date", "2021-01-01T24:00:00Z"], not_a_date),
+            ("minute 60", ["write", D, "k", "-date", "2021-01-01 00:60:00 +0000"], not_a_date),
+            ("zone hours 24", ["write", D, "k", "-date", "2021-01-01 00:00:00 +2400"], not_a_date),
+            ("zone minutes 60", ["write", D, "k", "-date", "2021-01-01 00:00:00 +0060"],
+             not_a_date),
+            ("iso without Z", ["write", D, "k", "-date", "2021-01-01T00:00:00"], not_a_date),
+            ("unknown type", ["write", D, "k", "-bogus", "1"], "unknown type -bogus"),
+            ("nested array", ["write", D, "k", "-array", "-array"], "-array cannot be nested"),
+            ("type without value", ["write", D, "k", "-array", "-int"], "-int needs a value"),
+            ("dict key without value", ["write", D, "k", "-dict", "a"],
+             "-dict needs a value after the key 'a'"),
+            ("write without value", ["write", D, "k"], "write takes DOMAIN KEY VALUE"),
+            ("two values", ["write", D, "k", "a", "b"], "found 'b' after it"),
+            ("text not UTF-8", ["write", D, "k", "-string", "\udcff"], "text is not valid UTF-8"),
+            ("array-add on a text", ["write", D, "text", "-array-add", "x"],
+             "the value of text is of type string, not array"),
+            ("dict-add on an array", ["write", D, "list", "-dict-add", "a", "b"],
+             "the value of list is of type array, not dictionary"),
+            ("domain with ..", ["write", "a..b", "k", "v"], not_a_domain),
+            ("empty domain", ["write", "", "k", "v"], not_a_domain),
+            ("hidden domain", ["write", ".x", "k", "v"], not_a_domain),
+            ("key not UTF-8", ["write", D, "\udcc3", "v"], "the key is not valid UTF-8"),
+            ("read of a key not UTF-8", ["read", D, "\udcc3"], "the key is not valid UTF-8"),
+            ("read with too much", ["read", D, "k", "extra"], "read takes [DOMAIN [KEY]]"),
+            ("read-type without key", ["read-type", D], "read-type takes DOMAIN KEY"),
+            ("rename without the new name", ["rename", D, "list"], "rename takes DOMAIN OLD NEW"),
+            ("rename with too much", ["rename", D, "list", "b", "c"], "rename takes DOMAIN OLD"),
+            ("domains with an argument", ["domains", "x"], "unexpected argument 'x'"),
+            ("export without file", ["export", D], "export takes DOMAIN FILE|-"),
+            ("export of a control character", ["export", D, "-"],
+             "cannot export org.example.app: a text with a control character"),
+            ("import of junk", ["import", D, "-"], "cannot import -: not a property list"),
+            ("missing --defaults value", ["--defaults"], "option --defaults needs a value"),
+            ("store path blocked", ["--defaults", blocked, "write", "k", "v"],
+             "cannot write " + blocked + ": "),
+            ("read of a FIFO", ["--defaults", fifo, "read", "k"], "not a regular file"),
+            ("write to a FIFO", ["--defaults", fifo, "write", "k", "v"], "not a regular file"),
         ]
-        for name, args in rows:
+        for name, args, said in rows:
             with self.subTest(name):
-                self.refused(args, stdin=b"not a property list")
+                self.refused(args, stdin=b"not a property list", said=said)
+
+    def test_a_domain_too_large_is_neither_read_nor_changed(self):
+        os.makedirs(self.config)
+        with open(self.path(), "wb") as f:
+            f.write(bytes(4 << 20))
+        for args in (["read", D, "k"], ["write", D, "k", "v"], ["delete", D, "k"]):
+            with self.subTest(" ".join(args)):
+                self.refused(args, said="it holds more than the limit of 4 MiB")
 
     def test_import_refuses_a_root_that_is_not_a_dictionary(self):
         self.make({"k": 1})
@@ -214,7 +286,8 @@ class BadInputTest(ToolCase):
 
     def test_output_that_cannot_be_written_is_exit_two(self):
         self.make({"k": 1})
-        for args in (["read", D], ["export", D, "-"], ["domains"], ["help"]):
+        for args in (["read", D], ["read", D, "k"], ["export", D, "-"], ["domains"], ["help"],
+                     ["--help"]):
             with self.subTest(" ".join(args)), open("/dev/full", "wb") as full:
                 code, _, err = self.run_tool(*args, stdout=full)
                 self.assertEqual((code, err.count("\n")), (2, 1), err)
@@ -301,6 +374,12 @@ class ReadTest(ToolCase):
             with self.subTest(name):
                 self.refused(args, status=1)
 
+    def test_without_a_folder_there_are_no_domains_and_none_is_made(self):
+        self.assertEqual(self.ok("domains"), "\n")
+        self.assertEqual(self.ok("read"), "{\n}\n")
+        self.refused(["find", "x"], status=1, said="no domain, key nor value contains 'x'")
+        self.assertFalse(os.path.exists(self.config))
+
     def test_read_without_a_domain_lists_every_domain(self):
         self.make({"k": 1}, "b.one")
         self.make({"t": "x"}, "a.two")
@@ -360,6 +439,19 @@ class ExportImportTest(ToolCase):
         self.ok("import", "org.copy", "-", stdin=xml.encode())
         self.assertEqual(self.load("org.copy"), values)
 
+    def test_an_export_whose_write_fails_when_the_file_is_closed_leaves_no_file(self):
+        # The text is small enough to be buffered whole: the size limit stops it at the close.
+        def small_files():
+            signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+            resource.setrlimit(resource.RLIMIT_FSIZE,
+                               (100, resource.getrlimit(resource.RLIMIT_FSIZE)[1]))
+
+        self.make(ALL_KINDS)
+        target = os.path.join(self.folder.name, "out.plist")
+        code, _, err = self.run_tool("export", D, target, preexec_fn=small_files)
+        self.assertEqual((code, err), (2, "bkgcolors-defaults: cannot write " + target + "\n"))
+        self.assertFalse(os.path.exists(target))
+
     def test_import_replaces_the_domain(self):
         for fmt in (plistlib.FMT_BINARY, plistlib.FMT_XML):
             with self.subTest(fmt):
@@ -370,11 +462,12 @@ class ExportImportTest(ToolCase):
 
 class FindTest(ToolCase):
     def test_find_matches_keys_and_nested_values_in_any_case(self):
-        self.make({"Colour": 1, "other": {"deep": ["RedBox"]}, "plain": 2}, "org.one")
+        self.make({"Colour": 1, "other": {"deep": ["RedBox"]}, "plain": 2, "shade": "Redder"},
+                  "org.one")
         self.make({"red": "x"}, "org.two")
         self.assertEqual(self.ok("find", "rEd"),
-                         "Found 1 keys in domain 'org.one': {\n    other = {\n        deep = (\n"
-                         "            RedBox\n        );\n    };\n}\n"
+                         "Found 2 keys in domain 'org.one': {\n    other = {\n        deep = (\n"
+                         "            RedBox\n        );\n    };\n    shade = Redder;\n}\n"
                          "Found 1 keys in domain 'org.two': {\n    red = x;\n}\n")
         self.refused(["find", "absent-word"], status=1)
         self.assertIn("RedBox", self.ok("--defaults", self.path("org.one"), "find", "redbox"))
@@ -439,6 +532,28 @@ class LanguageTest(ToolCase):
         self.assertEqual(code, 0, err)
         self.assertRegex(err, r"^bkgcolors-defaults: Hinweis: .* could not be parsed; moved to "
                               r".*\.corrupt\n$")
+
+    def test_a_translation_may_put_the_values_in_its_own_order(self):
+        # A copy of the program with a catalogue of one sentence beside it, as installed.
+        tree = os.path.join(self.folder.name, "tree")
+        messages = os.path.join(tree, "share", "locale", "de", "LC_MESSAGES")
+        os.makedirs(messages)
+        os.makedirs(os.path.join(tree, "bin"))
+        program = shutil.copy(TOOL, os.path.join(tree, "bin"))
+        catalogue = os.path.join(self.folder.name, "de.po")
+        with open(catalogue, "w", encoding="utf-8") as f:
+            f.write('msgid ""\nmsgstr "Content-Type: text/plain; charset=UTF-8\\n"\n\n'
+                    'msgid "key %s does not exist in domain %s"\n'
+                    'msgstr "%2$s hat keinen Schl\u00fcssel %1$s (100%%)"\n')
+        subprocess.run(["msgfmt", "-o", os.path.join(messages, "bkgcolors-prefs.mo"), catalogue],
+                       check=True)
+        self.make({"k": 1})
+        self.speak("de_DE.UTF-8")
+        run = subprocess.run([program, "read", D, "nope"], env=self.env, stderr=subprocess.PIPE,
+                             timeout=60, check=False)
+        self.assertEqual((run.returncode, run.stderr.decode()),
+                         (1, "bkgcolors-defaults: org.example.app hat keinen Schl\u00fcssel nope "
+                             "(100%)\n"))
 
     def test_what_scripts_read_is_the_same_in_every_language(self):
         self.make({**ALL_KINDS, "\u00ea": "\u00b5"})
