@@ -20,9 +20,8 @@ namespace {
 constexpr const char kSuffix[] = ".plist";
 
 std::string FailureText(const internal::ReadFailure& failure) {
-    return failure.kind == internal::ReadError::TooLarge
-               ? failure.reason
-               : "not a property list: " + failure.reason;
+    return failure.kind == internal::ReadError::TooLarge ? failure.reason
+                                                         : "not a property list: " + failure.reason;
 }
 
 std::optional<PropertyValue> Parse(const std::string& bytes, std::string& error,
@@ -111,6 +110,10 @@ std::optional<PropertyValue> ParsePropertyList(const std::string& bytes, std::st
 
 std::optional<std::string> XmlPropertyList(const PropertyValue& root, std::string& error) {
     return internal::WriteXml(root, error);
+}
+
+bool WriteWholeFile(const std::string& path, const std::string& bytes, std::string& error) {
+    return internal::WriteWholeFile(path, bytes, error);
 }
 
 DefaultsDomain::Status DefaultsDomain::read(PropertyValue& root, std::string& error,

@@ -33,6 +33,11 @@ std::optional<PropertyValue> ParsePropertyList(const std::string& bytes, std::st
 /// 9999, a set, a null or a UID.
 std::optional<std::string> XmlPropertyList(const PropertyValue& root, std::string& error);
 
+/// Writes `bytes` to the file `path`, through symbolic links. A regular file (or a new one) is
+/// replaced only once the new contents are whole on disk, so a failure leaves it as it was; a
+/// device or FIFO is written in place and never removed. False, with a one-line reason, on failure.
+bool WriteWholeFile(const std::string& path, const std::string& bytes, std::string& error);
+
 /// One domain file of the defaults folder, read and replaced whole (see DefaultsDomain.h).
 class DefaultsDomain {
 public:

@@ -211,6 +211,56 @@ std::optional<std::string> MoveAside(const std::string& path, std::string& error
     return std::nullopt;
 }
 
+bool WriteWholeFile(const std::string& path, const std::string& bytes, std::string& error) {
+    // Through links to the file they name, so that the link itself stays a link.
+    char* resolved = realpath(path.c_str(), nullptr);
+    const std::string target = resolved ? resolved : path;
+    std::free(resolved);
+    struct stat old;
+    const bool exists = stat(target.c_str(), &old) == 0;
+    if (exists && !S_ISREG(old.st_mode)) {
+        // A device, FIFO or terminal is written in place: there is nothing to replace it with, and
+        // it is never removed.
+        const int fd = ::open(target.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC);
+        bool ok = fd >= 0 && WriteAll(fd, bytes.data(), bytes.size());
+        int why = errno;
+        if (fd >= 0 && ::close(fd) != 0 && ok) {
+            ok = false;
+            why = errno;
+        }
+        if (!ok)
+            error = ErrorText(why);
+        return ok;
+    }
+    // A regular file is replaced only once its successor is whole, so a failure leaves it as it
+    // was; a new one gets the permissions the user's mask gives.
+    mode_t mode = old.st_mode & 07777;
+    if (!exists) {
+        const mode_t mask = umask(0);
+        umask(mask);
+        mode = 0666 & ~mask;
+    }
+    std::string temporary = FolderOf(target) + "/.bkgcolors-export-XXXXXX";
+    const int fd = mkostemp(temporary.data(), O_CLOEXEC);
+    bool ok = fd >= 0 && fchmod(fd, mode) == 0 && WriteAll(fd, bytes.data(), bytes.size()) &&
+              fsync(fd) == 0;
+    int why = errno;
+    if (fd >= 0 && ::close(fd) != 0 && ok) {
+        ok = false;
+        why = errno;
+    }
+    if (ok && std::rename(temporary.c_str(), target.c_str()) != 0) {
+        ok = false;
+        why = errno;
+    }
+    if (!ok) {
+        if (fd >= 0)
+            ::unlink(temporary.c_str());
+        error = ErrorText(why);
+    }
+    return ok;
+}
+
 bool ReplaceFile(const std::string& path, const std::string& bytes, std::string& error) {
     struct stat old;
     const mode_t mode = stat(path.c_str(), &old) == 0 ? old.st_mode & 07777 : 0600;

@@ -363,13 +363,8 @@ private:
             std::fwrite(xml->data(), 1, xml->size(), stdout);
             return 0;
         }
-        std::ofstream out(target, std::ios::binary | std::ios::trunc);
-        out.write(xml->data(), static_cast<std::streamsize>(xml->size()));
-        out.close();
-        if (!out) {
-            std::remove(target.c_str());
-            line_.fail(Fill(_("cannot write %s"), target));
-        }
+        if (!platform::WriteWholeFile(target, *xml, error))
+            line_.fail(Fill(_("cannot write %s: %s"), target, error));
         return 0;
     }
 

@@ -63,6 +63,9 @@ std::optional<std::string> MoveAside(const std::string& path, std::string& error
 // or gets 0600. On failure the old file is untouched and no temporary is left.
 bool ReplaceFile(const std::string& path, const std::string& bytes, std::string& error);
 
+// Writes `bytes` to `path` for someone outside the store (see platform::WriteWholeFile).
+bool WriteWholeFile(const std::string& path, const std::string& bytes, std::string& error);
+
 // How a change to a store file ended.
 enum class Commit { Written, Declined, Failed };
 // What a change makes of the file it finds under the lock: the new contents, and whether the file

@@ -439,18 +439,47 @@ class ExportImportTest(ToolCase):
         self.ok("import", "org.copy", "-", stdin=xml.encode())
         self.assertEqual(self.load("org.copy"), values)
 
-    def test_an_export_whose_write_fails_when_the_file_is_closed_leaves_no_file(self):
-        # The text is small enough to be buffered whole: the size limit stops it at the close.
+    def test_a_failed_export_leaves_the_target_as_it_was(self):
         def small_files():
             signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
             resource.setrlimit(resource.RLIMIT_FSIZE,
                                (100, resource.getrlimit(resource.RLIMIT_FSIZE)[1]))
 
         self.make(ALL_KINDS)
-        target = os.path.join(self.folder.name, "out.plist")
-        code, _, err = self.run_tool("export", D, target, preexec_fn=small_files)
-        self.assertEqual((code, err), (2, "bkgcolors-defaults: cannot write " + target + "\n"))
-        self.assertFalse(os.path.exists(target))
+        for name, before in (("a new file", None), ("a file with contents", b"keep me")):
+            with self.subTest(name):
+                out = tempfile.mkdtemp(dir=self.folder.name)
+                target = os.path.join(out, "out.plist")
+                if before is not None:
+                    with open(target, "wb") as f:
+                        f.write(before)
+                code, _, err = self.run_tool("export", D, target, preexec_fn=small_files)
+                self.assertEqual(code, 2)
+                self.assertTrue(err.startswith("bkgcolors-defaults: cannot write " + target + ": "),
+                                err)
+                self.assertEqual(os.listdir(out), [] if before is None else ["out.plist"])
+                if before is not None:
+                    with open(target, "rb") as f:
+                        self.assertEqual(f.read(), before)
+
+    def test_an_export_through_a_link_or_into_a_fifo_keeps_them(self):
+        self.make({"k": 1})
+        real = os.path.join(self.folder.name, "real.plist")
+        link = os.path.join(self.folder.name, "link.plist")
+        with open(real, "wb") as f:
+            f.write(b"old")
+        os.symlink(real, link)
+        self.ok("export", D, link)
+        self.assertTrue(os.path.islink(link))
+        with open(real, "rb") as f:
+            self.assertEqual(plistlib.load(f), {"k": 1})
+
+        fifo = os.path.join(self.folder.name, "fifo")
+        os.mkfifo(fifo)
+        reader = subprocess.Popen(["cat", fifo], stdout=subprocess.PIPE)
+        self.ok("export", D, fifo)
+        self.assertEqual(plistlib.loads(reader.communicate()[0]), {"k": 1})
+        self.assertTrue(stat.S_ISFIFO(os.lstat(fifo).st_mode))
 
     def test_import_replaces_the_domain(self):
         for fmt in (plistlib.FMT_BINARY, plistlib.FMT_XML):
