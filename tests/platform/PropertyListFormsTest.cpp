@@ -1,6 +1,7 @@
-// The two forms of a property-list file as the store reads them: the XML rules (one table of
-// snippets, each with the value it gives or why it is refused), binary files built byte by byte,
-// the size bound counted without encoding, and a seeded round trip of every kind through both.
+// The two forms of a property-list file as the store reads and writes them: a repeated key, the
+// writer's bytes, the size bound counted without encoding, and a seeded round trip of every kind
+// through both. What the XML rules take and refuse, and why a damaged binary file is refused, the
+// defaults tool's tests check through import, one named row each (defaults_tool_test.py).
 
 #include "platform/internal/PropertyList.h"
 
@@ -28,128 +29,6 @@ PropertyValue Dict(std::vector<std::pair<std::string, PropertyValue>> entries) {
         dict.items.push_back(value);
     }
     return dict;
-}
-
-std::string Nested(int arrays) {
-    std::string open, close;
-    for (int i = 0; i < arrays; ++i) {
-        open += "<array>";
-        close += "</array>";
-    }
-    return "<plist><dict><key>k</key>" + open + close + "</dict></plist>";
-}
-
-struct XmlRow {
-    const char* name;
-    std::string xml;    // a value for the key "k", or, starting with '<' + '?' or "<plist", a file
-    const char* reason; // refused: what the refusal must say, or ""
-    std::optional<PropertyValue> value = {}; // read: what "k" holds, if checked
-};
-
-std::string Document(const std::string& xml) {
-    if (xml.rfind("<?", 0) == 0 || xml.rfind("<plist", 0) == 0 || xml.rfind("<!", 0) == 0 ||
-        xml.rfind("\xEF\xBB\xBF", 0) == 0)
-        return xml;
-    return "<plist version=\"1.0\"><dict><key>k</key>" + xml + "</dict></plist>";
-}
-
-TEST(PropertyListForms, XmlIsReadByTheRulesAndNothingIsInvented) {
-    const std::vector<XmlRow> rows = {
-        {"leading zeros stay decimal", "<integer>0123</integer>", "", PropertyValue::Number(123)},
-        {"sign and white space", "<integer> -42\n</integer>", "", PropertyValue::Number(-42)},
-        {"plus sign", "<integer>+7</integer>", "", PropertyValue::Number(7)},
-        {"hexadecimal", "<integer>0x1F</integer>", "", PropertyValue::Number(31)},
-        {"negative hexadecimal", "<integer>-0X10</integer>", "", PropertyValue::Number(-16)},
-        {"largest unsigned", "<integer>18446744073709551615</integer>", "", Wide(~0ull)},
-        {"smallest signed", "<integer>-9223372036854775808</integer>", "",
-         PropertyValue::Number(INT64_MIN)},
-        {"real", "<real>-2.5e3</real>", "", PropertyValue::Double(-2500)},
-        {"real infinity", "<real>inf</real>", "", PropertyValue::Double(HUGE_VAL)},
-        {"date", "<date>2026-11-24T08:30:00Z</date>", "", PropertyValue::Moment(817201800)},
-        {"date of year 1", "<date>0001-01-01T00:00:00Z</date>", "",
-         PropertyValue::Moment(-63113904000)},
-        {"base64 with white space", "<data>AAEC\n\tAw==</data>", "",
-         PropertyValue::Blob(std::string("\0\1\2\3", 4))},
-        {"empty data", "<data/>", "", PropertyValue::Blob("")},
-        {"empty text", "<string/>", "", PropertyValue::Text("")},
-        {"references", "<string>a&amp;&lt;&#13;&#x10000;</string>", "",
-         PropertyValue::Text("a&<\r\xF0\x90\x80\x80")},
-        {"booleans", "<array><true/><false/></array>", "",
-         PropertyValue::List({PropertyValue::Flag(true), PropertyValue::Flag(false)})},
-        {"empty key", "<plist><dict><key/><integer>1</integer></dict></plist>", "",
-         PropertyValue::Number(1)},
-        {"byte-order mark and comment after",
-         "\xEF\xBB\xBF<plist><dict><key>k</key><true/></dict></plist>\n<!-- end -->", "",
-         PropertyValue::Flag(true)},
-        {"128 arrays under the top", Nested(128), ""},
-        {"integer of letters", "<integer>helo</integer>",
-         "<integer> 'helo' is not a 64-bit integer at k"},
-        {"bare 0x", "<integer>0x</integer>", "not a 64-bit integer"},
-        {"empty integer", "<integer/>", "not a 64-bit integer"},
-        {"integer with a tail", "<integer>12abc</integer>", "'12abc'"},
-        {"two signs", "<integer>+-1</integer>", "not a 64-bit integer"},
-        {"past 64 bits", "<integer>99999999999999999999</integer>", "not a 64-bit integer"},
-        {"below the smallest", "<integer>-9223372036854775809</integer>", "not a 64-bit integer"},
-        {"real of letters", "<real>helo</real>", "<real> 'helo' is not a number"},
-        {"real with a tail", "<real>1.5x</real>", "not a number"},
-        {"empty real", "<real></real>", "not a number"},
-        {"no such month", "<date>2026-13-01T00:00:00Z</date>", "not YYYY-MM-DDTHH:MM:SSZ"},
-        {"no such day", "<date>2025-02-29T00:00:00Z</date>", "<date>"},
-        {"date in words", "<date>yesterday</date>", "<date>"},
-        {"date with a fraction", "<date>2026-01-01T00:00:00.5Z</date>", "<date>"},
-        {"base64 with a stray byte", "<data>AA*A</data>", "not base64"},
-        {"base64 cut to one sextet", "<data>AAECA</data>", "not base64"},
-        {"padding inside", "<data>AA==AAAA</data>", "not base64"},
-        {"bits left over", "<data>AB==</data>", "not base64"},
-        {"key inside an array", "<array><key>x</key></array>", "<key> outside a <dict> at k/0"},
-        {"key without a value", "<plist><dict><key>a</key></dict></plist>",
-         "<key> 'a' has no value"},
-        {"two keys in a row", "<plist><dict><key>a</key><key>b</key><true/></dict></plist>",
-         "<key> 'a' has no value"},
-        {"value without a key", "<plist><dict><true/></dict></plist>",
-         "<true> where a <key> belongs"},
-        {"second top value", "<plist><dict/><dict/></plist>", "a second value in <plist>"},
-        {"text after the document", "<plist><dict/></plist>junk", "junk after document element"},
-        {"text between values", "<plist><dict>hello<key>a</key><true/></dict></plist>",
-         "the text 'hello' outside a value"},
-        {"text in a boolean", "<true>yes</true>", "outside a value"},
-        {"element in a text", "<string><true/></string>", "<true> inside a value that holds text"},
-        {"unknown element", "<number>1</number>", "unknown element <number>"},
-        {"document that is no plist", "<?xml version=\"1.0\"?><dict/>",
-         "the document is <dict>, not <plist>"},
-        {"top value no dictionary", "<plist><array/></plist>", "not a <dict>"},
-        {"empty plist", "<plist/>", "holds no value"},
-        {"entity declared",
-         "<!DOCTYPE plist [<!ENTITY e \"x\">]><plist><dict><key>k</key><string>&e;</string>"
-         "</dict></plist>",
-         "declaration of the entity &e;"},
-        {"entity undefined",
-         "<!DOCTYPE plist PUBLIC \"-//x//y//EN\" \"plist.dtd\"><plist><dict><key>k</key>"
-         "<string>a&e;</string></dict></plist>",
-         "undefined entity &e;"},
-        {"129 arrays under the top", Nested(129), "nested deeper than 128"},
-        {"not UTF-8", "<string>\xC3</string>", "line 1"},
-    };
-    for (const XmlRow& row : rows) {
-        SCOPED_TRACE(row.name);
-        ReadFailure failure;
-        const auto root = ReadPropertyList(Document(row.xml), failure);
-        if (!row.reason[0]) {
-            ASSERT_TRUE(root) << failure.reason;
-            EXPECT_EQ(failure.kind, ReadError::None);
-            if (row.value) {
-                EXPECT_EQ(root->items.at(0), *row.value);
-            }
-            EXPECT_EQ(root->keys.size(), 1u);
-            continue;
-        }
-        EXPECT_FALSE(root);
-        EXPECT_EQ(failure.kind, ReadError::Unparsable);
-        EXPECT_NE(failure.reason.find(row.reason), std::string::npos) << failure.reason;
-    }
-    ReadFailure failure;
-    EXPECT_EQ(ReadPropertyList(Document(rows[16].xml), failure)->keys,
-              std::vector<std::string>{""});
 }
 
 TEST(PropertyListForms, ARepeatedKeyKeepsItsFirstPlaceAndItsLastValue) {
@@ -193,63 +72,6 @@ TEST(PropertyListForms, TheWriterGivesEachNumberTheFewestBytesItsKindAllows) {
                                                             "k" +
                                                                 bytes,
                                                             {8, 11, 13}));
-    }
-}
-
-// `file` with the 8-byte field at `at` of its trailer (8: the count of objects, 16: the top
-// object, 24: the place of the offset table) set to `value`.
-std::string WithTrailer(std::string file, std::size_t at, std::uint64_t value) {
-    return file.replace(file.size() - 32 + at, 8, Big(value, 8));
-}
-
-TEST(PropertyListForms, BinaryRefusalsSayWhatIsWrongAndWhere) {
-    struct Row {
-        const char* name;
-        std::string file;
-        const char* reason;
-    };
-    const Row rows[] = {
-        {"integer of 128 bits with high bits set",
-         Binary("\xD1\x01\x02\x51"
-                "a\x14" +
-                    std::string(7, '\0') + "\x01" + std::string(8, '\0'),
-                {8, 11, 13}),
-         "an integer beyond 64 bits at a"},
-        {"integer of 256 bits",
-         Binary("\xD1\x01\x02\x51"
-                "a\x15" +
-                    std::string(32, '\0'),
-                {8, 11, 13}),
-         "an integer of 256 bits, beyond 64 bits at a"},
-        {"array holding itself",
-         Binary("\xD1\x01\x02\x51"
-                "a\xA1\x02",
-                {8, 11, 13}),
-         "a dictionary or array that holds itself at a/0"},
-        {"UTF-16 text past the end",
-         Binary("\xD1\x01\x02\x51"
-                "a\x6F\x11\x10\x00",
-                {8, 11, 13}),
-         "object 2 is cut short at a"},
-        {"top object an array", Binary("\xA0", {8}), "top object is not a dictionary"},
-        {"key that is no text", Binary("\xD1\x01\x01\x10\x01", {8, 11}),
-         "a dictionary key that is not a text at (key 1)"},
-        {"offset past the end", Binary("\xD0", {200}), "object 0 lies outside the file"},
-        {"offset table past the end", WithTrailer(Binary("\xD0", {8}), 24, 1000),
-         "trailer is damaged"},
-        {"offset table in the header", WithTrailer(Binary("\xD0", {8}), 24, 4),
-         "trailer is damaged"},
-        {"more objects than offsets", WithTrailer(Binary("\xD0", {8}), 8, 2), "trailer is damaged"},
-        {"top object past the count", WithTrailer(Binary("\xD0", {8}), 16, 1),
-         "trailer is damaged"},
-        {"no trailer", "bplist00\xD0", "no bplist00 header or trailer"},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
-        ReadFailure failure;
-        EXPECT_FALSE(ReadPropertyList(row.file, failure));
-        EXPECT_EQ(failure.kind, ReadError::Unparsable);
-        EXPECT_NE(failure.reason.find(row.reason), std::string::npos) << failure.reason;
     }
 }
 

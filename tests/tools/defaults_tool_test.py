@@ -94,8 +94,36 @@ def binary(objects):
 
 
 def xml_dict(value):
-    """An XML property list holding `value` under the key k."""
+    """An XML property list holding `value` under the key k; a whole document (one that starts
+    with a declaration, a byte-order mark or <plist) is taken as it is."""
+    if value.startswith((b"<?", b"<!", b"<plist", b"\xef\xbb\xbf")):
+        return value
     return b"<?xml version='1.0'?><plist><dict><key>k</key>" + value + b"</dict></plist>"
+
+
+def binary_at(objects, offsets, width=1, count=None, top=0, table=None):
+    """A binary property list of the bytes `objects` with the `offsets` given, each field of the
+    trailer as given or as a sound file has it."""
+    body = b"bplist00" + objects
+    table = len(body) if table is None else table
+    count = len(offsets) if count is None else count
+    return (body + b"".join(o.to_bytes(width, "big") for o in offsets) + bytes(6) +
+            bytes([width, width]) + count.to_bytes(8, "big") + top.to_bytes(8, "big") +
+            table.to_bytes(8, "big"))
+
+
+def nested(arrays):
+    return b"<plist><dict><key>k</key>" + b"<array>" * arrays + b"</array>" * arrays + \
+        b"</dict></plist>"
+
+
+def typed(value):
+    """`value` with the type of every part beside it, so that 1, 1.0 and True differ."""
+    if isinstance(value, dict):
+        return {k: typed(v) for k, v in value.items()}
+    if isinstance(value, list):
+        return [typed(v) for v in value]
+    return (type(value).__name__, value)
 
 
 EXISTING = {"keep": {"nested": [1, 2.5, b"\x00"]}, "when": datetime.datetime(1999, 12, 31, 23, 59),
@@ -275,6 +303,76 @@ class BadInputTest(ToolCase):
              "'12abc' is not a 64-bit integer at k/0"),
             ("array holding itself", binary([b"\xd1\x01\x02", b"\x51k", b"\xa1\x02"]),
              "a dictionary or array that holds itself at k/0"),
+            ("integer of letters", xml_dict(b"<integer>helo</integer>"),
+             "<integer> 'helo' is not a 64-bit integer at k"),
+            ("bare 0x", xml_dict(b"<integer>0x</integer>"), "not a 64-bit integer"),
+            ("empty integer", xml_dict(b"<integer/>"), "not a 64-bit integer"),
+            ("two signs", xml_dict(b"<integer>+-1</integer>"), "not a 64-bit integer"),
+            ("below the smallest", xml_dict(b"<integer>-9223372036854775809</integer>"),
+             "not a 64-bit integer"),
+            ("real of letters", xml_dict(b"<real>helo</real>"), "<real> 'helo' is not a number"),
+            ("real with a tail", xml_dict(b"<real>1.5x</real>"), "not a number"),
+            ("empty real", xml_dict(b"<real></real>"), "not a number"),
+            ("no such month", xml_dict(b"<date>2026-13-01T00:00:00Z</date>"),
+             "not YYYY-MM-DDTHH:MM:SSZ"),
+            ("no such day", xml_dict(b"<date>2025-02-29T00:00:00Z</date>"), "<date>"),
+            ("date in words", xml_dict(b"<date>yesterday</date>"), "<date>"),
+            ("date with a fraction", xml_dict(b"<date>2026-01-01T00:00:00.5Z</date>"), "<date>"),
+            ("base64 with a stray byte", xml_dict(b"<data>AA*A</data>"), "not base64"),
+            ("base64 cut to one sextet", xml_dict(b"<data>AAECA</data>"), "not base64"),
+            ("padding inside", xml_dict(b"<data>AA==AAAA</data>"), "not base64"),
+            ("bits left over", xml_dict(b"<data>AB==</data>"), "not base64"),
+            ("key inside an array", xml_dict(b"<array><key>x</key></array>"),
+             "<key> outside a <dict> at k/0"),
+            ("key without a value", b"<plist><dict><key>a</key></dict></plist>",
+             "<key> 'a' has no value"),
+            ("two keys in a row", b"<plist><dict><key>a</key><key>b</key><true/></dict></plist>",
+             "<key> 'a' has no value"),
+            ("value without a key", b"<plist><dict><true/></dict></plist>",
+             "<true> where a <key> belongs"),
+            ("second top value", b"<plist><dict/><dict/></plist>", "a second value in <plist>"),
+            ("text after the document", b"<plist><dict/></plist>junk",
+             "junk after document element"),
+            ("text between values", b"<plist><dict>hello<key>a</key><true/></dict></plist>",
+             "the text 'hello' outside a value"),
+            ("text in a boolean", xml_dict(b"<true>yes</true>"), "outside a value"),
+            ("element in a text", xml_dict(b"<string><true/></string>"),
+             "<true> inside a value that holds text"),
+            ("unknown element", xml_dict(b"<number>1</number>"), "unknown element <number>"),
+            ("document that is no plist", b'<?xml version="1.0"?><dict/>',
+             "the document is <dict>, not <plist>"),
+            ("top value no dictionary", b"<plist><array/></plist>", "not a <dict>"),
+            ("empty plist", b"<plist/>", "holds no value"),
+            ("entity declared", b'<!DOCTYPE plist [<!ENTITY e "x">]><plist><dict><key>k</key>'
+             b"<string>&e;</string></dict></plist>", "declaration of the entity &e;"),
+            ("entity undefined", b'<!DOCTYPE plist PUBLIC "-//x//y//EN" "plist.dtd"><plist><dict>'
+             b"<key>k</key><string>a&e;</string></dict></plist>", "undefined entity &e;"),
+            ("129 arrays under the top", nested(129), "nested deeper than 128"),
+            ("not UTF-8", xml_dict(b"<string>\xc3</string>"), "line 1"),
+            ("binary integer of 128 bits with high bits set",
+             binary_at(b"\xd1\x01\x02\x51a\x14" + bytes(7) + b"\x01" + bytes(8), [8, 11, 13]),
+             "an integer beyond 64 bits at a"),
+            ("binary integer of 256 bits",
+             binary_at(b"\xd1\x01\x02\x51a\x15" + bytes(32), [8, 11, 13]),
+             "an integer of 256 bits, beyond 64 bits at a"),
+            ("binary UTF-16 text past the end",
+             binary_at(b"\xd1\x01\x02\x51a\x6f\x11\x10\x00", [8, 11, 13]),
+             "object 2 is cut short at a"),
+            ("binary top object an array", binary_at(b"\xa0", [8]),
+             "top object is not a dictionary"),
+            ("binary key that is no text", binary_at(b"\xd1\x01\x01\x10\x01", [8, 11]),
+             "a dictionary key that is not a text at (key 1)"),
+            ("binary offset past the end", binary_at(b"\xd0", [200]),
+             "object 0 lies outside the file"),
+            ("binary offset table past the end", binary_at(b"\xd0", [8], table=1000),
+             "trailer is damaged"),
+            ("binary offset table in the header", binary_at(b"\xd0", [8], table=4),
+             "trailer is damaged"),
+            ("binary with more objects than offsets", binary_at(b"\xd0", [8], count=2),
+             "trailer is damaged"),
+            ("binary top object past the count", binary_at(b"\xd0", [8], top=1),
+             "trailer is damaged"),
+            ("binary without a trailer", b"bplist00\xd0", "no bplist00 header or trailer"),
         ]
         for name, data, reason in rows:
             with self.subTest(name):
@@ -480,6 +578,39 @@ class ExportImportTest(ToolCase):
         self.ok("export", D, fifo)
         self.assertEqual(plistlib.loads(reader.communicate()[0]), {"k": 1})
         self.assertTrue(stat.S_ISFIFO(os.lstat(fifo).st_mode))
+
+    def test_import_reads_xml_by_the_rules_and_invents_nothing(self):
+        rows = [
+            ("leading zeros stay decimal", b"<integer>0123</integer>", 123),
+            ("sign and white space", b"<integer> -42\n</integer>", -42),
+            ("plus sign", b"<integer>+7</integer>", 7),
+            ("hexadecimal", b"<integer>0x1F</integer>", 31),
+            ("negative hexadecimal", b"<integer>-0X10</integer>", -16),
+            ("largest unsigned", b"<integer>18446744073709551615</integer>", 2**64 - 1),
+            ("smallest signed", b"<integer>-9223372036854775808</integer>", -2**63),
+            ("real", b"<real>-2.5e3</real>", -2500.0),
+            ("real infinity", b"<real>inf</real>", float("inf")),
+            ("date", b"<date>2026-11-24T08:30:00Z</date>", datetime.datetime(2026, 11, 24, 8, 30)),
+            ("date of year 1", b"<date>0001-01-01T00:00:00Z</date>", datetime.datetime(1, 1, 1)),
+            ("base64 with white space", b"<data>AAEC\n\tAw==</data>", b"\0\1\2\3"),
+            ("empty data", b"<data/>", b""),
+            ("empty text", b"<string/>", ""),
+            ("references", b"<string>a&amp;&lt;&#13;&#x10000;</string>", "a&<\r\U00010000"),
+            ("booleans", b"<array><true/><false/></array>", [True, False]),
+            ("byte-order mark and comment after",
+             b"\xef\xbb\xbf<plist><dict><key>k</key><true/></dict></plist>\n<!-- end -->", True),
+            ("128 arrays under the top", nested(128), None),
+            ("empty key", b"<plist><dict><key/><integer>1</integer></dict></plist>", {"": 1}),
+        ]
+        for name, xml, value in rows:
+            with self.subTest(name):
+                self.ok("import", D, "-", stdin=xml_dict(xml))
+                if value is None:
+                    value = []
+                    for _ in range(127):
+                        value = [value]
+                expected = value if isinstance(value, dict) else {"k": value}
+                self.assertEqual(typed(self.load()), typed(expected))
 
     def test_import_replaces_the_domain(self):
         for fmt in (plistlib.FMT_BINARY, plistlib.FMT_XML):
