@@ -1,7 +1,7 @@
-// The two forms of a property-list file as the store reads and writes them: a repeated key, the
-// writer's bytes, the size bound counted without encoding, and a seeded round trip of every kind
-// through both. What the XML rules take and refuse, and why a damaged binary file is refused, the
-// defaults tool's tests check through import, one named row each (defaults_tool_test.py).
+// The two forms of a property-list file: the size bound counted without encoding, and a seeded
+// round trip of every kind through both. The XML rules, the refusals of damaged binary files, a
+// repeated key, the bytes each number takes and what export refuses, the defaults tool's tests
+// check through import and export, one named row each (defaults_tool_test.py).
 
 #include "platform/internal/PropertyList.h"
 
@@ -29,50 +29,6 @@ PropertyValue Dict(std::vector<std::pair<std::string, PropertyValue>> entries) {
         dict.items.push_back(value);
     }
     return dict;
-}
-
-TEST(PropertyListForms, ARepeatedKeyKeepsItsFirstPlaceAndItsLastValue) {
-    const PropertyValue expected =
-        Dict({{"a", PropertyValue::Number(3)}, {"b", PropertyValue::Number(2)}});
-    // {"a": 1, "b": 2, "a": 3}, with the key "a" written once and referred to twice.
-    const std::string binary = Binary("\xD3\x01\x02\x01\x03\x04\x05"
-                                      "\x51"
-                                      "a"
-                                      "\x51"
-                                      "b"
-                                      "\x10\x01\x10\x02\x10\x03",
-                                      {8, 15, 17, 19, 21, 23});
-    const std::string xml = "<plist><dict><key>a</key><integer>1</integer><key>b</key>"
-                            "<integer>2</integer><key>a</key><integer>3</integer></dict></plist>";
-    for (const std::string& file : {binary, xml}) {
-        ReadFailure failure;
-        const auto root = ReadPropertyList(file, failure);
-        ASSERT_TRUE(root) << failure.reason;
-        EXPECT_EQ(*root, expected);
-    }
-}
-
-TEST(PropertyListForms, TheWriterGivesEachNumberTheFewestBytesItsKindAllows) {
-    PropertyValue single = PropertyValue::Double(1.5f);
-    single.wide = true;
-    const std::pair<PropertyValue, std::string> rows[] = {
-        {PropertyValue::Number(0), std::string("\x10\x00", 2)},
-        {PropertyValue::Number(255), "\x10\xFF"},
-        {PropertyValue::Number(256), std::string("\x11\x01\x00", 3)},
-        {PropertyValue::Number(65536), "\x12" + Big(65536, 4)},
-        {PropertyValue::Number(INT64_C(1) << 32), "\x13" + Big(std::uint64_t{1} << 32, 8)},
-        {PropertyValue::Number(-1), "\x13" + Big(~std::uint64_t{0}, 8)},
-        {Wide(std::uint64_t{1} << 63), "\x14" + Big(0, 8) + Big(std::uint64_t{1} << 63, 8)},
-        {single, "\x22" + Big(0x3FC00000, 4)},
-        {PropertyValue::Double(1.5), "\x23" + Big(0x3FF8000000000000, 8)},
-    };
-    for (const auto& [value, bytes] : rows) {
-        SCOPED_TRACE(::testing::PrintToString(bytes));
-        EXPECT_EQ(WriteBinary(Dict({{"k", value}})), Binary("\xD1\x01\x02\x51"
-                                                            "k" +
-                                                                bytes,
-                                                            {8, 11, 13}));
-    }
 }
 
 // Random values of every kind; `xml` leaves out what the XML form cannot carry (sets, nulls, UIDs,
@@ -287,39 +243,6 @@ TEST(PropertyListForms, AnXmlFileThatWouldWriteOutAtTheBoundIsTooLarge) {
         ReadPropertyList("<plist><dict><key>k</key><string>" + Text(size) + "</string>", failure);
         EXPECT_EQ(failure.kind, kind) << failure.reason;
     }
-}
-
-TEST(PropertyListForms, ExportRefusesWhatXmlCannotCarryAndNamesTheKey) {
-    PropertyValue set = PropertyValue::List({});
-    set.kind = PropertyValue::Kind::Set;
-    const std::pair<PropertyValue, const char*> rows[] = {
-        {PropertyValue::Text(std::string("a\0b", 3)), "XML cannot carry at outer/k"},
-        {PropertyValue::Text("\xEF\xBF\xBE"), "XML cannot carry at outer/k"},
-        {PropertyValue::Text("\xEF\xBF\xBF"), "XML cannot carry at outer/k"},
-        {PropertyValue::Moment(0.5), "whole second"},
-        {PropertyValue::Moment(-63113904001.0), "years 1 to 9999"},
-        {set, "a set"},
-        {PropertyValue(), "a null"},
-    };
-    for (const auto& [value, reason] : rows) {
-        SCOPED_TRACE(reason);
-        std::string error;
-        EXPECT_FALSE(WriteXml(Dict({{"outer", Dict({{"k", value}})}}), error));
-        EXPECT_NE(error.find(reason), std::string::npos) << error;
-    }
-    // What it can carry it writes as it is, one element a line, indented by depth.
-    std::string error;
-    const auto text = WriteXml(Dict({{"first", PropertyValue::Moment(-63113904000)},
-                                     {"text", PropertyValue::Text("\r\xEF\xBF\xBD")},
-                                     {"list", PropertyValue::List({PropertyValue::Flag(true),
-                                                                   PropertyValue::Dictionary()})}}),
-                               error);
-    ASSERT_TRUE(text) << error;
-    EXPECT_EQ(*text, "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n<dict>\n"
-                     "\t<key>first</key>\n\t<date>0001-01-01T00:00:00Z</date>\n"
-                     "\t<key>text</key>\n\t<string>&#13;\xEF\xBF\xBD</string>\n"
-                     "\t<key>list</key>\n\t<array>\n\t\t<true/>\n\t\t<dict/>\n\t</array>\n"
-                     "</dict>\n</plist>\n");
 }
 
 } // namespace

@@ -11,6 +11,7 @@ import resource
 import shutil
 import signal
 import stat
+import struct
 import subprocess
 import sys
 import tempfile
@@ -611,6 +612,69 @@ class ExportImportTest(ToolCase):
                         value = [value]
                 expected = value if isinstance(value, dict) else {"k": value}
                 self.assertEqual(typed(self.load()), typed(expected))
+
+    def test_a_repeated_key_keeps_its_first_place_and_its_last_value(self):
+        # {"a": 1, "b": 2, "a": 3}; the binary file writes the key "a" once and refers to it twice.
+        rows = [
+            ("binary", binary_at(b"\xd3\x01\x02\x01\x03\x04\x05\x51a\x51b\x10\x01\x10\x02\x10\x03",
+                                 [8, 15, 17, 19, 21, 23])),
+            ("XML", b"<plist><dict><key>a</key><integer>1</integer><key>b</key><integer>2</integer>"
+                    b"<key>a</key><integer>3</integer></dict></plist>"),
+        ]
+        for name, data in rows:
+            with self.subTest(name):
+                self.ok("import", D, "-", stdin=data)
+                self.assertEqual(list(self.load().items()), [("a", 3), ("b", 2)])
+
+    def test_the_store_gives_each_number_the_fewest_bytes_its_kind_allows(self):
+        # Each value reaches the writer through import: the integers and the double from XML, the
+        # 32-bit real from a binary file, since nothing else makes one.
+        rows = [
+            ("0", b"<integer>0</integer>", b"\x10\x00"),
+            ("255", b"<integer>255</integer>", b"\x10\xff"),
+            ("256", b"<integer>256</integer>", b"\x11\x01\x00"),
+            ("65536", b"<integer>65536</integer>", b"\x12\x00\x01\x00\x00"),
+            ("2^32", b"<integer>4294967296</integer>", b"\x13" + (1 << 32).to_bytes(8, "big")),
+            ("-1", b"<integer>-1</integer>", b"\x13" + b"\xff" * 8),
+            ("2^63", b"<integer>9223372036854775808</integer>",
+             b"\x14" + bytes(8) + (1 << 63).to_bytes(8, "big")),
+            ("32-bit real", binary([b"\xd1\x01\x02", b"\x51k", b"\x22\x3f\xc0\x00\x00"]),
+             b"\x22\x3f\xc0\x00\x00"),
+            ("64-bit real", b"<real>1.5</real>", b"\x23\x3f\xf8" + bytes(6)),
+        ]
+        for name, data, written in rows:
+            with self.subTest(name):
+                self.ok("import", D, "-", stdin=data if data[:6] == b"bplist" else xml_dict(data))
+                with open(self.path(), "rb") as f:
+                    self.assertEqual(f.read(), binary([b"\xd1\x01\x02", b"\x51k", written]))
+
+    def test_export_refuses_what_xml_cannot_carry_and_names_the_key(self):
+        rows = [
+            ("text holding NUL", b"\x53a\x00b", "XML cannot carry at outer/k"),
+            ("text holding U+FFFE", b"\x61\xff\xfe", "XML cannot carry at outer/k"),
+            ("text holding U+FFFF", b"\x61\xff\xff", "XML cannot carry at outer/k"),
+            ("half a second", b"\x33" + struct.pack(">d", 0.5), "whole second"),
+            ("a second before the year 1", b"\x33" + struct.pack(">d", -63113904001.0),
+             "years 1 to 9999"),
+            ("set", b"\xc0", "a set"),
+            ("null", b"\x00", "a null"),
+        ]
+        for name, value, said in rows:
+            with self.subTest(name):
+                os.makedirs(self.config, exist_ok=True)
+                with open(self.path(), "wb") as f:
+                    f.write(binary([b"\xd1\x01\x02", b"\x55outer", b"\xd1\x03\x04", b"\x51k",
+                                    value]))
+                self.refused(["export", D, "-"], said=said)
+
+    def test_export_writes_one_element_a_line_indented_by_depth(self):
+        self.make({"first": datetime.datetime(1, 1, 1), "text": "\r\ufffd", "list": [True, {}]})
+        self.assertEqual(self.ok("export", D, "-"),
+                         '<?xml version="1.0" encoding="UTF-8"?>\n<plist version="1.0">\n<dict>\n'
+                         "\t<key>first</key>\n\t<date>0001-01-01T00:00:00Z</date>\n"
+                         "\t<key>text</key>\n\t<string>&#13;\ufffd</string>\n"
+                         "\t<key>list</key>\n\t<array>\n\t\t<true/>\n\t\t<dict/>\n\t</array>\n"
+                         "</dict>\n</plist>\n")
 
     def test_import_replaces_the_domain(self):
         for fmt in (plistlib.FMT_BINARY, plistlib.FMT_XML):
