@@ -207,6 +207,46 @@ class WriteTest(ToolCase):
             self.assertEqual(plistlib.load(f), {"k": 8, "j": "v"})
         self.assertFalse(os.path.exists(self.config))
 
+    def test_the_users_own_link_is_written_through_and_stays(self):
+        home = os.path.join(self.folder.name, "home")
+        os.makedirs(os.path.join(home, "real"))
+        target, link = os.path.join(home, "real", "store.plist"), os.path.join(home, "store.plist")
+        self.ok("--defaults", target, "write", "old", "-int", "1")
+        os.symlink("real/store.plist", link)
+        self.ok("--defaults", link, "write", "new", "-int", "2")
+        self.assertTrue(os.path.islink(link))
+        with open(target, "rb") as f:
+            self.assertEqual(plistlib.load(f), {"old": 1, "new": 2})
+        self.assertEqual(sorted(os.listdir(home)), ["real", "store.plist"],
+                         "the lock and the temporary live beside the target")
+
+    def test_modes_are_kept_new_files_are_0600_and_hard_links_keep_the_old_file(self):
+        file, other = (os.path.join(self.folder.name, n) for n in ("store.plist", "other.plist"))
+        code, _, err = self.run_tool("--defaults", file, "write", "k", "-int", "1",
+                                     preexec_fn=lambda: os.umask(0))
+        self.assertEqual((code, err), (0, ""))
+        self.assertEqual(stat.S_IMODE(os.stat(file).st_mode), 0o600, "whatever the umask")
+        os.chmod(file, 0o644)
+        os.link(file, other)
+        with open(file, "rb") as f:
+            before = f.read()
+        self.ok("--defaults", file, "write", "k", "-int", "2")
+        self.assertEqual(stat.S_IMODE(os.stat(file).st_mode), 0o644)
+        with open(file, "rb") as f:
+            self.assertEqual(plistlib.load(f), {"k": 2})
+        with open(other, "rb") as f:
+            self.assertEqual(f.read(), before, "the other name keeps the old contents")
+
+    def test_reading_makes_no_folder_and_writing_makes_them_private(self):
+        file = os.path.join(self.folder.name, "a", "b", "store.plist")
+        self.assertEqual(self.run_tool("--defaults", file, "read", "k")[0], 1)
+        self.assertFalse(os.path.exists(os.path.join(self.folder.name, "a")))
+        self.ok("--defaults", file, "write", "k", "v")
+        for folder in ("a", "a/b"):
+            with self.subTest(folder):
+                mode = os.stat(os.path.join(self.folder.name, folder)).st_mode
+                self.assertEqual(stat.S_IMODE(mode), 0o700)
+
 
 class BadInputTest(ToolCase):
     def test_bad_input_is_one_line_exit_two_and_changes_nothing(self):
