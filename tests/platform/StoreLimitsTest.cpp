@@ -1,5 +1,6 @@
 // One bound, 4 MiB, for what the store reads and what it writes, so that every file it wrote
-// reads back.
+// reads back. Files a byte under it and at it, from another writer, the defaults tool's tests read
+// and write back (defaults_tool_test.py).
 
 #include "platform/UserDefaults.h"
 #include "platform/internal/PropertyList.h"
@@ -15,37 +16,6 @@ using platform::internal::kStoreFileLimit;
 namespace {
 
 using StoreLimits = StoreFileTest;
-
-TEST_F(StoreLimits, FilesJustUnderTheBoundReadAndAtTheBoundAreRefused) {
-    // The size given to plist_files.py: positive for binary, negative for XML.
-    const std::pair<long, bool> rows[] = {
-        {static_cast<long>(kStoreFileLimit) - 1, true},
-        {-static_cast<long>(kStoreFileLimit) + 1, true},
-        {static_cast<long>(kStoreFileLimit), false},
-        {-static_cast<long>(kStoreFileLimit), false},
-    };
-    for (const auto& [size, reads] : rows) {
-        SCOPED_TRACE(size);
-        const int made = PlistFiles("limit '" + file + "' " + std::to_string(size));
-        if (made == -1)
-            GTEST_SKIP() << "python3 with plistlib is not installed";
-        ASSERT_EQ(made, 0);
-        const std::string before = ReadBytes(file);
-        std::optional<UserDefaults::Object> pad;
-        const std::string err = Stderr([&] {
-            UserDefaults store(file);
-            pad = store.objectForKey("pad");
-            // Stored again as it was read: the file written is no larger than the one read.
-            store.setObject(reads ? pad : UserDefaults::Object(1), "pad");
-            EXPECT_EQ(store.synchronize(), reads) << "a file written back must read back";
-        });
-        EXPECT_EQ(Lines(err), reads ? 0 : 1) << err;
-        EXPECT_EQ(pad.has_value(), reads);
-        EXPECT_EQ(reads ? UserDefaults(file).objectForKey("pad") == pad : ReadBytes(file) == before,
-                  true)
-            << "written back and read again, or, too large to read, not replaced";
-    }
-}
 
 // The change that would pass the bound is refused and kept pending; everything accepted before
 // it stays readable, by this store and by the next.

@@ -323,6 +323,23 @@ class BadInputTest(ToolCase):
             with self.subTest(" ".join(args)):
                 self.refused(args, said="it holds more than the limit of 4 MiB")
 
+    def test_files_just_under_the_bound_read_and_write_back_and_at_it_are_refused(self):
+        os.makedirs(self.config)
+        limit = 4 << 20
+        for name, size in [("binary", limit), ("XML", -limit)]:
+            with self.subTest(name + " at the bound"):
+                self.assertEqual(plist_files.limit(self.path(), size), 0)
+                self.refused(["read", D, "pad"], said="it holds more than the limit of 4 MiB")
+                self.refused(["rename", D, "pad", "pa"], said="more than the limit of 4 MiB")
+            with self.subTest(name + " a byte under it"):
+                self.assertEqual(plist_files.limit(self.path(), size - (1 if size > 0 else -1)), 0)
+                pad = self.load()["pad"]
+                self.assertEqual(self.run_tool("read-type", D, "pad")[:2],
+                                 (0, "Type is " + ("data" if size > 0 else "string") + "\n"))
+                # Written back no larger than it was read, the file must read back.
+                self.ok("rename", D, "pad", "pa")
+                self.assertEqual(self.load(), {"pa": pad})
+
     def test_import_refuses_a_root_that_is_not_a_dictionary(self):
         self.make({"k": 1})
         for name, value, fmt in [("array", [1], plistlib.FMT_XML), ("text", "x", plistlib.FMT_BINARY)]:
