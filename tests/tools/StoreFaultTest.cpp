@@ -1,6 +1,7 @@
-// Faults around the defaults file: processes killed while writing, processes writing at once, a
-// lock held too long or planted as a link, and a folder that refuses the write. Processes meet
-// through pipes at named points, never by waiting a while.
+// Faults around the defaults file: processes killed while writing, a lock held too long or planted
+// as a link, and a folder that refuses the write. Processes meet through pipes at named points,
+// never by waiting a while. Processes writing at once the defaults tool's tests run
+// (defaults_tool_test.py); the merge of stores that write in turn, UserDefaultsMergeTest.
 
 #include "platform/UserDefaults.h"
 #include "platform/internal/StoreFile.h"
@@ -110,40 +111,6 @@ TEST_F(StoreFault, KilledWriterLeavesTheOldFileOrTheNewOneWhole) {
     next.setObject(0, "z");
     ASSERT_TRUE(next.synchronize());
     EXPECT_EQ(Listing(folder.path()), (std::set<std::string>{"store.plist", "store.plist.lock"}));
-}
-
-TEST_F(StoreFault, ConcurrentWritersLoseNoKey) {
-    constexpr int kWriters = 4, kWrites = 25;
-    // All writers wait for the pipe to close, then write at once.
-    int start[2];
-    ASSERT_EQ(pipe(start), 0);
-    pid_t children[kWriters];
-    for (int p = 0; p < kWriters; ++p) {
-        children[p] = Fork([&] {
-            close(start[1]);
-            char none;
-            if (read(start[0], &none, 1) != 0)
-                return false;
-            // Waiting behind three busy writers is not what this test measures.
-            setenv("BKGCOLORS_LOCK_TIMEOUT", "3600", 1);
-            UserDefaults store(file);
-            bool ok = true;
-            for (int i = 0; i < kWrites; ++i)
-                ok = store.setObject(p * 1000 + i, std::to_string(p * 1000 + i)) &&
-                     store.synchronize() && ok;
-            return ok;
-        });
-        ASSERT_GT(children[p], 0);
-    }
-    close(start[0]);
-    close(start[1]);
-    int status = 0;
-    for (pid_t child : children)
-        EXPECT_TRUE(waitpid(child, &status, 0) == child && status == 0) << status;
-    UserDefaults reread(file);
-    EXPECT_EQ(reread.allKeys().size(), static_cast<std::size_t>(kWriters * kWrites));
-    for (const std::string& key : reread.allKeys())
-        EXPECT_EQ(std::to_string(reread.integerForKey(key)), key);
 }
 
 // A link planted where the lock goes: one line, the file and the link's target as they were, the

@@ -15,6 +15,7 @@ import struct
 import subprocess
 import sys
 import tempfile
+import threading
 import unittest
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support"))
@@ -206,6 +207,28 @@ class WriteTest(ToolCase):
         with open(file, "rb") as f:
             self.assertEqual(plistlib.load(f), {"k": 8, "j": "v"})
         self.assertFalse(os.path.exists(self.config))
+
+    def test_writers_at_once_lose_no_key(self):
+        # Waiting behind three busy writers is not what this test measures.
+        self.env["BKGCOLORS_LOCK_TIMEOUT"] = "3600"
+        start = threading.Barrier(4)
+        failures = []
+
+        def writer(p):
+            start.wait()
+            for i in range(p * 1000, p * 1000 + 25):
+                status, _, err = self.run_tool("write", D, str(i), "-int", str(i))
+                if status != 0:
+                    failures.append((i, err))
+
+        threads = [threading.Thread(target=writer, args=(p,)) for p in range(4)]
+        for thread in threads:
+            thread.start()
+        for thread in threads:
+            thread.join()
+        self.assertEqual(failures, [])
+        self.assertEqual(self.load(), {str(p * 1000 + i): p * 1000 + i
+                                       for p in range(4) for i in range(25)})
 
     def test_the_users_own_link_is_written_through_and_stays(self):
         home = os.path.join(self.folder.name, "home")
