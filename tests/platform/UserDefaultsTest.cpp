@@ -233,7 +233,8 @@ TEST_F(UserDefaultsTest, DamagedFilesAreSetAsideUnderNamesOfTheirOwn) {
     EXPECT_FALSE(reread.objectForKey("k")) << "the damaged file's contents are not guessed";
 }
 
-// A path that is no regular file is refused the same way; StoreSurroundingsTest covers it.
+// A path that is no regular file is refused the same way; the defaults tool's tests and the host's
+// (ProgramsTest) cover it.
 TEST_F(UserDefaultsTest, RefusesTextsItCouldNotReadBackSilently) {
     UserDefaults store(file);
     const std::string err = Stderr([&] {

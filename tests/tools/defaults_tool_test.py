@@ -279,6 +279,15 @@ class BadInputTest(ToolCase):
         os.mkfifo(os.path.join(self.folder.name, "fifo.plist"))
         blocked = os.path.join(self.folder.name, "blocker", "x.plist")
         fifo = os.path.join(self.folder.name, "fifo.plist")
+        folder = os.path.join(self.folder.name, "dir.plist")
+        os.mkdir(folder)
+        theirs = os.path.join(self.folder.name, "theirs.plist")
+        with open(os.path.join(self.folder.name, "target"), "wb"):
+            pass
+        os.symlink(os.path.join(self.folder.name, "target"), theirs)
+        # Only root can give a link to another user.
+        if os.geteuid() == 0:
+            os.lchown(theirs, 65534, 65534)
         not_a_date = "is not a date"
         not_a_domain = "is not a domain name"
         rows = [
@@ -333,7 +342,19 @@ class BadInputTest(ToolCase):
              "cannot write " + blocked + ": "),
             ("read of a FIFO", ["--defaults", fifo, "read", "k"], "not a regular file"),
             ("write to a FIFO", ["--defaults", fifo, "write", "k", "v"], "not a regular file"),
+            ("read of a folder", ["--defaults", folder, "read", "k"], "not a regular file"),
+            ("write to a folder", ["--defaults", folder, "write", "k", "v"], "not a regular file"),
+            ("read of a device", ["--defaults", "/dev/null", "read", "k"], "not a regular file"),
+            ("write to a device", ["--defaults", "/dev/null", "write", "k", "v"],
+             "not a regular file"),
         ]
+        if os.geteuid() == 0:
+            rows += [
+                ("read through a link owned by another user", ["--defaults", theirs, "read", "k"],
+                 "is a symbolic link owned by another user"),
+                ("write through a link owned by another user",
+                 ["--defaults", theirs, "write", "k", "v"], "is a symbolic link owned by another user"),
+            ]
         for name, args, said in rows:
             with self.subTest(name):
                 self.refused(args, stdin=b"not a property list", said=said)
