@@ -1,5 +1,5 @@
 // StoreTesting.h — test helpers for the user-defaults store: what a folder holds, how many lines a
-// capture has, binary files built byte by byte, and the other-tool files of plist_files.py.
+// capture has, and binary files built byte by byte.
 #pragma once
 
 #include "support/TempFolder.h"
@@ -8,11 +8,9 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <filesystem>
 #include <set>
 #include <string>
-#include <sys/wait.h>
 #include <vector>
 
 // A fresh folder for each test, and the store file's place in it.
@@ -32,17 +30,6 @@ inline std::set<std::string> Listing(const std::string& folder) {
 
 inline long Lines(const std::string& text) {
     return std::count(text.begin(), text.end(), '\n');
-}
-
-// Runs tests/support/plist_files.py with `args`; its exit status, or -1 when python3 with plistlib
-// is not there.
-inline int PlistFiles(const std::string& args) {
-    if (std::system("python3 -c 'import plistlib' >/dev/null 2>&1") != 0)
-        return -1;
-    const std::string command =
-        "python3 '" BKGCOLORS_TEST_SUPPORT "/plist_files.py' " + args + " >&2";
-    const int raw = std::system(command.c_str());
-    return raw != -1 && WIFEXITED(raw) ? WEXITSTATUS(raw) : -2;
 }
 
 // Captures stderr around `body` and gives what was written.

@@ -475,6 +475,13 @@ class BadInputTest(ToolCase):
             ("binary top object past the count", binary_at(b"\xd0", [8], top=1),
              "trailer is damaged"),
             ("binary without a trailer", b"bplist00\xd0", "no bplist00 header or trailer"),
+            ("binary ASCII key with a byte past 0x7F",
+             binary_at(b"\xd1\x01\x02\x51\xff\x10\x01", [8, 11, 13]),
+             "an ASCII text holding the byte 0xFF at (key 1)"),
+            ("binary UTF-16 lone surrogate", binary_at(b"\xd1\x01\x02\x51a\x61\xd8\x00", [8, 11, 13]),
+             "a text with a UTF-16 surrogate that does not pair up at a"),
+            ("binary dictionary holding itself", binary_at(b"\xd1\x01\x00\x51a", [8, 11]),
+             "a dictionary or array that holds itself at a"),
         ]
         for name, data, reason in rows:
             with self.subTest(name):
