@@ -1,5 +1,7 @@
 // Differential test of synchronisation: random changes and synchronisations of three stores on one
-// file, compared after every step with a model of the merge rule.
+// file, compared after every step with a model of the merge rule. The texts are any UTF-8, and the
+// keys hold control characters, markup, DEL and the last code point, so that every text the store
+// takes is seen to come back from the file as it was.
 
 #include "platform/UserDefaults.h"
 
@@ -43,7 +45,7 @@ struct ModelStore {
 TEST_F(UserDefaultsMerge, RandomChangesOfThreeStoresFollowTheMergeRule) {
     const TestSeed seed;
     std::mt19937 random(seed.value);
-    const std::string keys[] = {"a", "b", "c", "d", "e"};
+    const std::string keys[] = {"a", "\x01\x1f\t\r\n<&>\"'", "\x7f", "\xF4\x8F\xBF\xBF", ""};
 
     std::map<std::string, Object> modelFile;
     ModelStore models[3];
@@ -51,10 +53,23 @@ TEST_F(UserDefaultsMerge, RandomChangesOfThreeStoresFollowTheMergeRule) {
     for (auto& store : stores)
         store = std::make_unique<UserDefaults>(file);
 
+    // Code points from every length of UTF-8, surrogates left out.
+    auto randomText = [&] {
+        const std::uint32_t limits[] = {0x80, 0x800, 0x10000, 0x110000};
+        std::string text;
+        for (int j = static_cast<int>(random() % 12); j > 0; --j) {
+            const std::uint32_t cp = 1 + random() % (limits[random() % 4] - 1);
+            const int tail = (cp >= 0x80) + (cp >= 0x800) + (cp >= 0x10000);
+            for (int t = tail; t >= 0 && (cp < 0xD800 || cp > 0xDFFF); --t)
+                text += static_cast<char>(t < tail ? 0x80 | ((cp >> (6 * t)) & 0x3F)
+                                                   : "\0\xC0\xE0\xF0"[tail] | (cp >> (6 * t)));
+        }
+        return text;
+    };
     auto randomValue = [&]() -> Object {
         const unsigned kind = random() % 3, size = random() % 3;
         const char c = static_cast<char>('x' + random() % 3);
-        return kind == 0   ? Object(std::string(1 + size, c))
+        return kind == 0   ? Object(randomText())
                : kind == 1 ? Object(static_cast<std::int32_t>(size) - 1)
                            : Object(UserDefaults::Bytes(size, static_cast<unsigned char>(c)));
     };

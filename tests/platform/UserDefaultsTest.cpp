@@ -3,7 +3,6 @@
 #include "support/StoreTesting.h"
 #include "support/TempFolder.h"
 
-#include "support/Seed.h"
 #include "support/Testing.h"
 
 #include <cerrno>
@@ -57,37 +56,6 @@ TEST_F(UserDefaultsTest, GettersCoerceAsThePlatformDocuments) {
     }
     EXPECT_EQ(store.integerForKey("absent"), 0);
     EXPECT_FALSE(store.stringForKey("absent") || store.dataForKey("absent"));
-}
-
-TEST_F(UserDefaultsTest, TextsRoundTripWithControlCharactersAndAnyUtf8) {
-    const TestSeed seed;
-    std::mt19937 random(seed.value);
-    std::vector<std::string> texts = {"\x01\x02\x1f\t\r\n<&>\"'", "\x7f", "\xF4\x8F\xBF\xBF", ""};
-    const std::uint32_t limits[] = {0x80, 0x800, 0x10000, 0x110000};
-    for (int i = 0; i < 200; ++i) {
-        std::string text;
-        for (int j = static_cast<int>(random() % 12); j > 0; --j) {
-            const std::uint32_t limit = limits[random() % 4];
-            const std::uint32_t cp = 1 + random() % (limit - 1);
-            const int tail = (cp >= 0x80) + (cp >= 0x800) + (cp >= 0x10000);
-            for (int t = tail; t >= 0 && (cp < 0xD800 || cp > 0xDFFF); --t)
-                text += static_cast<char>(t < tail ? 0x80 | ((cp >> (6 * t)) & 0x3F)
-                                                   : "\0\xC0\xE0\xF0"[tail] | (cp >> (6 * t)));
-        }
-        texts.push_back(text);
-    }
-    {
-        UserDefaults store(file);
-        for (std::size_t i = 0; i < texts.size(); ++i) {
-            ASSERT_TRUE(store.setObject(texts[i], "text" + std::to_string(i))) << i;
-            ASSERT_TRUE(store.setObject(1, texts[i])) << "as a key too, " << i;
-        }
-    }
-    UserDefaults reread(file);
-    for (std::size_t i = 0; i < texts.size(); ++i) {
-        EXPECT_EQ(reread.stringForKey("text" + std::to_string(i)), texts[i]) << "text " << i;
-        EXPECT_EQ(reread.integerForKey(texts[i]), 1) << "text " << i;
-    }
 }
 
 TEST_F(UserDefaultsTest, RealsAndBooleansAreVisibleOtherKindsKeptAsTheyWere) {
