@@ -353,7 +353,8 @@ class BadInputTest(ToolCase):
                 ("read through a link owned by another user", ["--defaults", theirs, "read", "k"],
                  "is a symbolic link owned by another user"),
                 ("write through a link owned by another user",
-                 ["--defaults", theirs, "write", "k", "v"], "is a symbolic link owned by another user"),
+                 ["--defaults", theirs, "write", "k", "v"],
+                 "is a symbolic link owned by another user"),
             ]
         for name, args, said in rows:
             with self.subTest(name):
@@ -478,7 +479,8 @@ class BadInputTest(ToolCase):
             ("binary ASCII key with a byte past 0x7F",
              binary_at(b"\xd1\x01\x02\x51\xff\x10\x01", [8, 11, 13]),
              "an ASCII text holding the byte 0xFF at (key 1)"),
-            ("binary UTF-16 lone surrogate", binary_at(b"\xd1\x01\x02\x51a\x61\xd8\x00", [8, 11, 13]),
+            ("binary UTF-16 lone surrogate",
+             binary_at(b"\xd1\x01\x02\x51a\x61\xd8\x00", [8, 11, 13]),
              "a text with a UTF-16 surrogate that does not pair up at a"),
             ("binary dictionary holding itself", binary_at(b"\xd1\x01\x00\x51a", [8, 11]),
              "a dictionary or array that holds itself at a"),
