@@ -1,7 +1,7 @@
 // Differential test of synchronisation: random changes and synchronisations of three stores on one
-// file, compared after every step with a model of the merge rule. The texts are any UTF-8, and the
-// keys hold control characters, markup, DEL and the last code point, so that every text the store
-// takes is seen to come back from the file as it was.
+// file, compared after every step with a model of the merge rule. The texts are any UTF-8 and the
+// keys the texts that need care, so that every text the store takes is seen to come back from the
+// file as it was.
 
 #include "platform/UserDefaults.h"
 
@@ -45,7 +45,10 @@ struct ModelStore {
 TEST_F(UserDefaultsMerge, RandomChangesOfThreeStoresFollowTheMergeRule) {
     const TestSeed seed;
     std::mt19937 random(seed.value);
-    const std::string keys[] = {"a", "\x01\x1f\t\r\n<&>\"'", "\x7f", "\xF4\x8F\xBF\xBF", ""};
+    // Keys that need care: the code points at each end of the two-, three- and four-byte forms,
+    // control characters and markup, DEL, and no text at all.
+    const std::string keys[] = {"\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF\xF0\x90\x80\x80",
+                                "\x01\x1f\t\r\n<&>\"'", "\x7f", "\xF4\x8F\xBF\xBF", ""};
 
     std::map<std::string, Object> modelFile;
     ModelStore models[3];
