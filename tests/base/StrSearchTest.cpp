@@ -85,40 +85,6 @@ TEST(StrSearch, RandomSearchesMatchStdString) {
     }
 }
 
-// Long texts exercise the block-wise scan: matches and zero bytes at every offset of a block, the
-// search starting anywhere, and a match only counting before the first zero byte after its start.
-TEST(StrSearch, LongTextSearchesStopAtTheFirstZeroByte) {
-    const TestSeed seed;
-    std::mt19937 rng(seed.value);
-    auto pick = [&](int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng); };
-    for (int iter = 0; iter < 1500 && !::testing::Test::HasFailure(); ++iter) {
-        SCOPED_TRACE("iteration " + std::to_string(iter));
-        std::string m(Z(pick(0, 1200)), 'a');
-        for (char& c : m)
-            c = "abcdeABC \xC8"[pick(0, 9)];
-        for (int zeros = pick(0, 2); zeros-- > 0 && !m.empty();)
-            m[Z(pick(0, static_cast<int>(m.size()) - 1))] = '\0';
-        std::string w;
-        if (!m.empty() && pick(0, 1)) {
-            const int at = pick(0, static_cast<int>(m.size()) - 1);
-            w = m.substr(Z(at), Z(pick(1, 9)));
-            w = w.substr(0, w.find('\0'));
-        }
-        if (w.empty())
-            w = std::string("ab#").substr(Z(pick(0, 2)));
-        Str s;
-        s.AppendChars(m.data(), static_cast<int>(m.size()));
-        const int from = pick(0, static_cast<int>(m.size()) + 2);
-        const std::string seen = m.substr(0, m.find('\0', Z(from)));
-        EXPECT_EQ(s.Find(w.c_str(), from), Pos(seen.find(w, Z(from)))) << "needle " << w;
-        // Past the first zero byte the no-case search reads a lower-case copy that ends there.
-        if (Z(from) <= m.find('\0')) {
-            EXPECT_EQ(s.FindNoCase(w.c_str(), from), Pos(Lower(seen).find(Lower(w), Z(from))))
-                << "needle " << w;
-        }
-    }
-}
-
 TEST(StrSearch, SharpEdges) {
     Str zero("ab");
     zero.AppendChars("\0cd", 3);
@@ -228,30 +194,6 @@ TEST(StrSearch, ReplaceAndCaseConversionWriteOnlyWhenTheTextChanges) {
         EXPECT_EQ(Header(original).refCount, std::strcmp(text, expected) ? 1 : 2) << text;
     }
 }
-
-#if defined(__SANITIZE_ADDRESS__)
-namespace {
-int gAllocations = 0, gArmed = 0;
-extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*)(const volatile void*, size_t),
-                                                         void (*)(const volatile void*));
-} // namespace
-
-TEST(StrSearch, NoCaseSearchOnLowerCaseTextAllocatesNothing) {
-    static const int installed = __sanitizer_install_malloc_and_free_hooks(
-        [](const volatile void*, size_t) { gAllocations += gArmed; }, [](const volatile void*) {});
-    ASSERT_NE(installed, 0);
-    const Str hay("a fairly long text in lower case, searched without regard to case");
-    Str::SetShutdownFlag(1); // blocks taken from the pool would hide allocations
-    gAllocations = 0, gArmed = 1;
-    const int a = hay.FindNoCase("CASE"), b = hay.FindNoCase('W'), c = hay.ReverseFindNoCase('T');
-    gArmed = 0;
-    Str::SetShutdownFlag(0);
-    EXPECT_EQ(a, 28);
-    EXPECT_EQ(b, 24);
-    EXPECT_EQ(c, 58);
-    EXPECT_EQ(gAllocations, 0);
-}
-#endif
 
 // Exact ordering compares bytes unsigned; the no-case forms fold to upper case and compare
 // signed chars.
