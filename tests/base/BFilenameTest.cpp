@@ -49,12 +49,11 @@ TEST(BFilename, StorageStringIsStrictlyPositional) {
 
 TEST(BFilename, CatalogStringReadsAndWritesPlainAndArchiveForms) {
     // The flag: the parsed filename writes exactly the same text back.
-    struct Row {
+    const struct {
         const char* text;
         FilenameParts want;
         bool writtenBack;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"", {}, true},
         {"/a/b.txt\tDisk\tx", {"/a/", "", "", "b.txt", "Disk\tx"}, true},
         // A delimiter in the final position is never a split point.
@@ -143,14 +142,13 @@ TEST(BFilename, EachTextFormUsesTheDelimitersItsRulesName) {
     using Reader = void (BFilename::*)(char const*);
     const Reader storage = &BFilename::SetStorageString, catalog = &BFilename::SetCatalogString,
                  path = &BFilename::SetPath;
-    struct Row {
+    const struct {
         const char* name;
         const char* delimiters; // system, Mac, Windows
         Reader read;
         const char* text;
         FilenameParts want;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"storage: as read", ":/\\", storage, "a\\b/\t\t\tc:d\t", {"a\\b/", "", "", "c:d", ""}},
         {"storage, no tab: a path", ":/\\", storage, "x/y\\z", {"x:y::", "", "", "z", ""}},
         {"catalog: not the system's", ":/\\", catalog, "/a\\b:c", {"/a\\", "", "", "b:c", ""}},
@@ -159,7 +157,7 @@ TEST(BFilename, EachTextFormUsesTheDelimitersItsRulesName) {
         {"path: '/' appended again", "/:\\", path, "v:d/f", {"v/d//", "z.zip", "zp/", "f", "Disk"}},
         {"path: system is Windows'", "\\/\\", path, "a/b", {"a\\", "z.zip", "zp/", "b", "Disk"}},
     };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         BFilename f = Make(kFull);
         f.OSDelimiter(row.delimiters[0]);
@@ -202,13 +200,12 @@ TEST(BFilename, SetWritesTheRecordAndGetRestoresWhatARecordHolds) {
     EXPECT_EQ(DataOf(written), Record(7, "a/\t\t\tb\t", kListW5));
     const Bytes badMarker = {'I', 'D', 'M', 'D', 'T', 'X', 0, 0, 0, 0};
     // Reason, record, storage string and property count restored from it.
-    struct Row {
+    const struct {
         const char* reason;
         Bytes data;
         const char* storage;
         unsigned int items;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"ok: one property", Record(7, "a/\t\t\tb\t", kListW5), "a/\t\t\tb\t", 1},
         {"ok: no tab, a path", Record(8, "/p/q.txt", kEmptyList), "/p/\t\t\tq.txt\t", 0},
         {"ok: zero length", Record(0, "", kListW5), "\t\t\t\t", 1},

@@ -124,12 +124,11 @@ TEST(BMetaDataTaggedList, SettersStoreTheirLittleEndianImagesOneItemPerTag) {
     void* address = &anchor;
     const Bytes pointer = RunOf(reinterpret_cast<const unsigned char*>(&address), sizeof address);
     using Set = void (*)(BMetaDataTaggedList&, const char*);
-    struct Row {
+    const struct {
         const char* tag;
         Set set;
         Bytes image;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"int", [](auto& l, auto t) { l.SetData(t, -2); }, {0xFE, 0xFF, 0xFF, 0xFF}},
         {"unsigned", [](auto& l, auto t) { l.SetData(t, 7u); }, {7, 0, 0, 0}},
         {"short", [](auto& l, auto t) { l.SetData(t, short{-3}); }, {0xFD, 0xFF}},
@@ -155,13 +154,12 @@ TEST(BMetaDataTaggedList, SettersStoreTheirLittleEndianImagesOneItemPerTag) {
 
 // Tags play no part; data is compared pair by pair, up to the shorter of the two.
 TEST(BMetaDataTaggedList, EqualityComparesDataPairByPair) {
-    struct Row {
+    const struct {
         const char* what;
         std::vector<Bytes> as;
         std::vector<Bytes> bs;
         bool equal;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"same data", {{1}, {2, 3}}, {{1}, {2, 3}}, true},
         {"different counts", {{1}}, {{1}, {2}}, false},
         {"different data", {{1}}, {{2}}, false},
@@ -189,13 +187,12 @@ TEST(BMetaDataTaggedList, ReadsListRecords) {
     TagList wThen16(17, "");
     wThen16[0] = "w";
     // Reason, stream, mode and the tags read.
-    struct Row {
+    const struct {
         const char* reason;
         Bytes stream;
         short mode;
         TagList tags;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"ok: the empty list", kEmptyList, 1, {}},
         {"ok: one item", kListW5, 1, {"w"}},
         {"ok: mode 2 has the marker, its tags are table indexes", kListW5, 2, {""}},

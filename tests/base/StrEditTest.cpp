@@ -178,13 +178,12 @@ TEST(StrEdit, CapacitiesFollowTheSizingRules) {
     const Op keep = [](Str&) {}, compact = [](Str&s) { s.Compact(0); },
              copy = [](Str&s) { s.Copy_Native("abc"); },
              replace = [&](Str&s) { s.ReplaceAt(0, 1, &s200[0]); };
-    struct Row {
+    const struct {
         const char* why;
         Str s;
         int capacity;
         int length;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"prealloc counts", Edited("abc", 200, false, keep), 255, 3},
         {"negative length", Edited("", 0, false, [](Str& s) { s.NewFromString("a", -1, 9, 0); }),
          63, 0},

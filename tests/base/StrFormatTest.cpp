@@ -160,12 +160,11 @@ TEST(StrFormat, EngineConversionsAndAppendersTable) {
     char buf[8];
     Str zero("a");
     zero.AppendChars("\0b", 2);
-    struct Row {
+    const struct {
         std::string got;
         std::string expected;
         const char* why;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {Fmt("a%5%b"), "a%b", "percent with a prefix: the prefix is dropped"},
         {Fmt("[%10s|%-4s]", "ab", "c"), "[ab|c]", "no width on strings"},
         {Fmt("%.s|%.0s|", "abc", "abc"), "abc||", "a '.' alone is no precision"},
@@ -201,14 +200,13 @@ TEST(StrFormat, EngineConversionsAndAppendersTable) {
 }
 
 TEST(StrFormat, ErrorsKeepTextFormattedBefore) {
-    struct Row {
+    const struct {
         const char* fmt;
         Str::StrEC code;
         const char* left;
-    };
-    const Row rows[] = {{"ab%***f", Str::ecFormatStars, "ab"},
-                        {"%d-%***d", Str::ecFormatStars, "1-"},
-                        {"%d%5n", Str::ecFormatN, "1"}};
+    } rows[] = {{"ab%***f", Str::ecFormatStars, "ab"},
+                {"%d-%***d", Str::ecFormatStars, "1-"},
+                {"%d%5n", Str::ecFormatN, "1"}};
     for (const auto& [fmt, code, left] : rows) {
         SCOPED_TRACE(fmt);
         Str s("old");
@@ -225,12 +223,11 @@ TEST(StrFormat, ErrorsKeepTextFormattedBefore) {
 TEST(StrFormat, EstimateSizesTheFirstBlock) {
     // 2^21 - 2 signs reach 2^26 - 62, and the last, before an 's', passes it by 65.
     const std::string many = std::string(2 * ((1 << 20) - 1), '%') + "%s";
-    struct Row {
+    const struct {
         int capacity;
         Str s;
         const char* why;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {191, Str().Format("%s", "x"), "128 for the string, 1 for the letter"},
         {63, Str().Format("abc"), "three ordinary characters"},
         {127, Str().Format("%d%d%d", 1, 2, 3), "3 * 33"},
