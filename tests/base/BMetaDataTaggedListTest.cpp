@@ -214,7 +214,7 @@ TEST(BMetaDataTaggedList, ReadsListRecords) {
     }
 }
 
-TEST(BMetaDataTaggedList, WritesListRecordsAndReadsThemBack) {
+TEST(BMetaDataTaggedList, WritesPackagesAndReadsBackListRecords) {
     BMetaDataTaggedList list, back;
     BMemFile empty, one, f;
     list.Write(empty, 1);
@@ -232,6 +232,22 @@ TEST(BMetaDataTaggedList, WritesListRecordsAndReadsThemBack) {
     EXPECT_TRUE(back == list);
     EXPECT_EQ(Tags(back), Tags(list));
     EXPECT_EQ(f.m_position, f.m_length);
+    // A package holds the list record, with or without the marker; unpacking replaces the list.
+    for (short mode : {1, 4}) {
+        SCOPED_TRACE("mode " + std::to_string(mode));
+        BMemFile written;
+        list.Write(written, mode);
+        BMetaDataTagged item;
+        item.m_tag.SetData("name");
+        list.Package(item, mode);
+        EXPECT_EQ(DataOf(item), Written(written));
+        EXPECT_EQ(Tags(list).size(), 3u);
+        EXPECT_STREQ(reinterpret_cast<const char*>(item.m_tag.GetDataPtr()), "name");
+        BMetaDataTaggedList unpacked;
+        unpacked.SetData("stale", 1);
+        unpacked.UnPackage(item, mode);
+        EXPECT_EQ(Items(unpacked), Items(list));
+    }
 }
 
 TEST(BMetaDataTaggedList, AddAndOverwriteUpdatesInPlaceAndAppendsNewTagsInOrder) {
@@ -283,28 +299,6 @@ TEST(BMetaDataTaggedList, RemoveDataTakesEveryMatchAndKeepsOtherPositions) {
     EXPECT_EQ(pos, b);
     list.GetNext(pos);
     EXPECT_EQ(pos, c);
-}
-
-TEST(BMetaDataTaggedList, PackageHoldsTheListRecordAndUnPackageReplacesTheList) {
-    BMetaDataTaggedList list;
-    list.SetData("w", 5);
-    list.SetData("text", "some text");
-    for (short mode : {1, 4}) { // with and without the marker
-        SCOPED_TRACE("mode " + std::to_string(mode));
-        BMemFile f;
-        list.Write(f, mode);
-        BMetaDataTagged item;
-        item.m_tag.SetData("name");
-        list.Package(item, mode);
-        EXPECT_EQ(DataOf(item), Written(f));
-        EXPECT_EQ(Tags(list).size(), 2u);
-        EXPECT_STREQ(reinterpret_cast<const char*>(item.m_tag.GetDataPtr()), "name");
-
-        BMetaDataTaggedList back;
-        back.SetData("stale", 1);
-        back.UnPackage(item, mode);
-        EXPECT_EQ(Items(back), Items(list));
-    }
 }
 
 } // namespace
