@@ -85,6 +85,40 @@ TEST(StrSearch, RandomSearchesMatchStdString) {
     }
 }
 
+// Long texts exercise the block-wise scan: matches and zero bytes at every offset of a block, the
+// search starting anywhere, and a match only counting before the first zero byte after its start.
+TEST(StrSearch, LongTextSearchesStopAtTheFirstZeroByte) {
+    const TestSeed seed;
+    std::mt19937 rng(seed.value);
+    auto pick = [&](int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng); };
+    for (int iter = 0; iter < 1500 && !::testing::Test::HasFailure(); ++iter) {
+        SCOPED_TRACE("iteration " + std::to_string(iter));
+        std::string m(Z(pick(0, 1200)), 'a');
+        for (char& c : m)
+            c = "abcdeABC \xC8"[pick(0, 9)];
+        for (int zeros = pick(0, 2); zeros-- > 0 && !m.empty();)
+            m[Z(pick(0, static_cast<int>(m.size()) - 1))] = '\0';
+        std::string w;
+        if (!m.empty() && pick(0, 1)) {
+            const int at = pick(0, static_cast<int>(m.size()) - 1);
+            w = m.substr(Z(at), Z(pick(1, 9)));
+            w = w.substr(0, w.find('\0'));
+        }
+        if (w.empty())
+            w = std::string("ab#").substr(Z(pick(0, 2)));
+        Str s;
+        s.AppendChars(m.data(), static_cast<int>(m.size()));
+        const int from = pick(0, static_cast<int>(m.size()) + 2);
+        const std::string seen = m.substr(0, m.find('\0', Z(from)));
+        EXPECT_EQ(s.Find(w.c_str(), from), Pos(seen.find(w, Z(from)))) << "needle " << w;
+        // Past the first zero byte the no-case search reads a lower-case copy that ends there.
+        if (Z(from) <= m.find('\0')) {
+            EXPECT_EQ(s.FindNoCase(w.c_str(), from), Pos(Lower(seen).find(Lower(w), Z(from))))
+                << "needle " << w;
+        }
+    }
+}
+
 TEST(StrSearch, SharpEdges) {
     Str zero("ab");
     zero.AppendChars("\0cd", 3);
