@@ -80,12 +80,11 @@ const Bytes kOne = {1, 0, 0, 0};
 
 // Each row also checks that the list's own values are replaced: "stale" never survives.
 TEST(BFilenameListTest, ReadsListRecords) {
-    struct Row {
+    const struct {
         const char* reason;
         Bytes bytes;
         Texts paths;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"ok: empty list", Concat({{0, 0, 0, 0}, kEmptyList}), {}},
         {"ok: own values follow", Concat({kOne, kAB, kListW5}), {"/a/b"}},
         {"truncated: empty stream", {}, {}},

@@ -23,38 +23,13 @@ const FilenameParts kFull{"/d/", "z.zip", "zp/", "f.txt", "Disk"};
 
 } // namespace
 
-TEST(BFilename, StorageStringIsStrictlyPositional) {
-    const std::pair<const char*, FilenameParts> rows[] = {
-        {"/d/\tz.zip\tzp/\tf.txt\tDisk", kFull},
-        {"\t\t\t\t", {}},
-        // Fewer than four tabs: the missing middle fields stay empty, the last text is the disk.
-        {"dir/\tname", {"dir/", "", "", "", "name"}},
-        {"d\tz\tp\tf", {"d", "z", "p", "", "f"}},
-        // Beyond the fifth field: cut at the next tab, unless the remainder starts with one.
-        {"a\tb\tc\td\te\tf", {"a", "b", "c", "d", "e"}},
-        {"a\tb\tc\td\t\tf", {"a", "b", "c", "d", "\tf"}},
-        // Stored as read: no delimiter appended, no illegal character removed, no zip rule.
-        {"x\t\t\ta?b.zip\t", {"x", "", "", "a?b.zip", ""}},
-        // No tab at all: read as a path.
-        {"/p/Arc.ZIP", {"/p/", "Arc.ZIP", "", "", ""}},
-        {"", {}},
-    };
-    for (const auto& [text, want] : rows) {
-        BFilename f = Make(kFull);
-        f.SetStorageString(text);
-        EXPECT_EQ(PartsOf(f), want) << text;
-    }
-    EXPECT_EQ(Text(Make(kFull).GetStorageString()), "/d/\tz.zip\tzp/\tf.txt\tDisk");
-}
-
 TEST(BFilename, CatalogStringReadsAndWritesPlainAndArchiveForms) {
     // The flag: the parsed filename writes exactly the same text back.
-    struct Row {
+    const struct {
         const char* text;
         FilenameParts want;
         bool writtenBack;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"", {}, true},
         {"/a/b.txt\tDisk\tx", {"/a/", "", "", "b.txt", "Disk\tx"}, true},
         // A delimiter in the final position is never a split point.
@@ -109,65 +84,63 @@ TEST(BFilename, StorageAndCatalogRoundTripRandomComponents) {
     }
 }
 
-TEST(BFilename, SetPathNormalisesAppliesZipRuleAndLimitsLength) {
-    const std::string as(2040, 'a'), longest = as + "\\b/c.txt", longDir = as + "/b/",
-                                     tooLong = longest + "x";
-    // Path, then the directory, zip name and file name after it; each row starts from
-    // {"old/", "k.zip", "zp/", "old", "D"} and zip path and disk always stay.
-    const char* const rows[][4] = {
-        {"/x/y/Archive.ZIP", "/x/y/", "Archive.ZIP", ""},
-        {"/a/b.zip.txt", "/a/", "k.zip", "b.zip.txt"},
-        // Mac and Windows delimiters become '/', illegal characters leave the file name.
-        {"D:\\d/e\\f?.txt", "D:/d/e/", "k.zip", "f.txt"},
-        {"a:b*c", "", "k.zip", "abc"},
-        {"dir/", "dir/", "k.zip", ""},
-        // Null empties directory and file name; empty and over-long paths change nothing.
-        {nullptr, "", "k.zip", ""},
-        {"", "old/", "k.zip", "old"},
-        {longest.c_str(), longDir.c_str(), "k.zip", "c.txt"},
-        {tooLong.c_str(), "old/", "k.zip", "old"},
-    };
-    for (const auto& [path, dir, zip, file] : rows) {
-        BFilename f = Make({"old/", "k.zip", "zp/", "old", "D"});
-        f.SetPath(path);
-        EXPECT_EQ(PartsOf(f), (FilenameParts{dir, zip, "zp/", file, "D"}))
-            << (path ? path : "null");
-    }
-}
-
-// The storage reader keeps its fields as they are; the catalog reader splits at '/' and '\' only;
-// the path reader turns the Mac and Windows delimiters into the system one, then ends the
-// directory with a delimiter unless it already ends with a Mac or Windows one. No writer adds a
-// delimiter. Each row starts from kFull.
-TEST(BFilename, EachTextFormUsesTheDelimitersItsRulesName) {
+// Each reader against the delimiters its rules name; each row starts from kFull. The storage
+// reader keeps its fields strictly by position, as they are; the catalog reader splits at '/' and
+// '\' only; the path reader turns the Mac and Windows delimiters into the system one, then ends the
+// directory with a delimiter unless it already ends with a Mac or Windows one, takes an archive's
+// name as the zip name, removes illegal characters from the file name and keeps zip path and disk.
+// No writer adds a delimiter.
+TEST(BFilename, EachReaderKeepsItsFieldsAndUsesTheDelimitersItsRulesName) {
     using Reader = void (BFilename::*)(char const*);
     const Reader storage = &BFilename::SetStorageString, catalog = &BFilename::SetCatalogString,
                  path = &BFilename::SetPath;
-    struct Row {
+    const std::string as(2040, 'a'), longest = as + "\\b/c.txt", longDir = as + "/b/",
+                                     tooLong = longest + "x";
+    const char* const plain = nullptr; // the defaults
+    const struct {
         const char* name;
-        const char* delimiters; // system, Mac, Windows
+        const char* delimiters; // system, Mac, Windows, if not the defaults
         Reader read;
         const char* text;
         FilenameParts want;
-    };
-    const Row rows[] = {
+    } rows[] = {
+        {"storage: four empty fields", plain, storage, "\t\t\t\t", {}},
+        {"storage: disk last", plain, storage, "dir/\tname", {"dir/", "", "", "", "name"}},
+        {"storage: four fields", plain, storage, "d\tz\tp\tf", {"d", "z", "p", "", "f"}},
+        {"storage: 6th cut", plain, storage, "a\tb\tc\td\te\tf", {"a", "b", "c", "d", "e"}},
+        {"storage: 6th tab", plain, storage, "a\tb\tc\td\t\tf", {"a", "b", "c", "d", "\tf"}},
+        {"storage: raw", plain, storage, "x\t\t\ta?b.zip\t", {"x", "", "", "a?b.zip", ""}},
+        {"storage: no tab, a path", plain, storage, "/p/Arc.ZIP", {"/p/", "Arc.ZIP", "", "", ""}},
+        {"storage: empty", plain, storage, "", {}},
         {"storage: as read", ":/\\", storage, "a\\b/\t\t\tc:d\t", {"a\\b/", "", "", "c:d", ""}},
         {"storage, no tab: a path", ":/\\", storage, "x/y\\z", {"x:y::", "", "", "z", ""}},
         {"catalog: not the system's", ":/\\", catalog, "/a\\b:c", {"/a\\", "", "", "b:c", ""}},
         {"catalog: nor a custom one", "#/\\", catalog, "a#b", {"", "", "", "a#b", ""}},
+        {"path: zip", plain, path, "/x/y/Archive.ZIP", {"/x/y/", "Archive.ZIP", "zp/", "", "Disk"}},
+        {"path: no zip", plain, path, "/a/b.zip.txt", {"/a/", "z.zip", "zp/", "b.zip.txt", "Disk"}},
+        {"path: illegal", plain, path, "D:\\d/e\\g?", {"D:/d/e/", "z.zip", "zp/", "g", "Disk"}},
+        {"path: no directory", plain, path, "a:b*c", {"", "z.zip", "zp/", "abc", "Disk"}},
+        {"path: no file name", plain, path, "dir/", {"dir/", "z.zip", "zp/", "", "Disk"}},
+        {"path: null", plain, path, nullptr, {"", "z.zip", "zp/", "", "Disk"}},
+        {"path: empty", plain, path, "", kFull},
+        {"path: longest", plain, path, longest.c_str(), {longDir, "z.zip", "zp/", "c.txt", "Disk"}},
+        {"path: too long", plain, path, tooLong.c_str(), kFull},
         {"path: both to its own", "#/\\", path, "a/b\\c", {"a#b##", "z.zip", "zp/", "c", "Disk"}},
         {"path: '/' appended again", "/:\\", path, "v:d/f", {"v/d//", "z.zip", "zp/", "f", "Disk"}},
         {"path: system is Windows'", "\\/\\", path, "a/b", {"a\\", "z.zip", "zp/", "b", "Disk"}},
     };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         BFilename f = Make(kFull);
-        f.OSDelimiter(row.delimiters[0]);
-        f.MACDelimiter(row.delimiters[1]);
-        f.WINDelimiter(row.delimiters[2]);
+        if (row.delimiters != nullptr) {
+            f.OSDelimiter(row.delimiters[0]);
+            f.MACDelimiter(row.delimiters[1]);
+            f.WINDelimiter(row.delimiters[2]);
+        }
         (f.*row.read)(row.text);
         EXPECT_EQ(PartsOf(f), row.want);
     }
+    EXPECT_EQ(Text(Make(kFull).GetStorageString()), "/d/\tz.zip\tzp/\tf.txt\tDisk");
     BFilename f = Make({"x", "z", "p", "f", ""});
     f.OSDelimiter(':');
     EXPECT_EQ(Text(f.GetStorageString()), "x\tz\tp\tf\t");
@@ -202,13 +175,12 @@ TEST(BFilename, SetWritesTheRecordAndGetRestoresWhatARecordHolds) {
     EXPECT_EQ(DataOf(written), Record(7, "a/\t\t\tb\t", kListW5));
     const Bytes badMarker = {'I', 'D', 'M', 'D', 'T', 'X', 0, 0, 0, 0};
     // Reason, record, storage string and property count restored from it.
-    struct Row {
+    const struct {
         const char* reason;
         Bytes data;
         const char* storage;
         unsigned int items;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"ok: one property", Record(7, "a/\t\t\tb\t", kListW5), "a/\t\t\tb\t", 1},
         {"ok: no tab, a path", Record(8, "/p/q.txt", kEmptyList), "/p/\t\t\tq.txt\t", 0},
         {"ok: zero length", Record(0, "", kListW5), "\t\t\t\t", 1},

@@ -1,11 +1,8 @@
 #include "base/BList.h"
-#include "base/Str.h"
-#include "base/StrTestProbe.h"
 
 #include "support/Seed.h"
 #include "support/Testing.h"
 
-using strtest::Text;
 using Entry = std::tuple<__POSITION*, std::uint32_t, std::string>;
 
 struct BListTestPeer {
@@ -73,29 +70,4 @@ using BListDeathTest = ::testing::Test;
 TEST_F(BListDeathTest, TailOfEmptyListStopsNamingTheNode) {
     BList<std::string> list;
     EXPECT_DEATH(list.GetTail(), "\\(node\\), function GetTail, file BList, line [0-9]+");
-}
-
-// A list of strings keeps its own values: each shares the caller's text until one side writes, and
-// then neither sees the other's change.
-TEST(BListTest, StringElementsStayIndependentOfTheCallersStrings) {
-    Str head("head"), middle("middle"), tail("a tail long enough for a block of its own");
-    const auto value = [](__POSITION* pos) -> Str& {
-        return reinterpret_cast<BListNode<Str>*>(pos)->value;
-    };
-    {
-        BList<Str> list;
-        __POSITION* const h = list.AddHead(head);
-        __POSITION* const t = list.AddTail(tail);
-        __POSITION* const m = list.InsertBefore(t, middle);
-        EXPECT_EQ(strtest::Header(tail).refCount, 2) << "shared, not yet copied";
-        head += "!";
-        tail = "replaced";
-        value(m) += " element";
-        EXPECT_EQ(Text(value(h)), "head");
-        EXPECT_EQ(Text(value(m)), "middle element");
-        EXPECT_EQ(Text(list.GetTail()), "a tail long enough for a block of its own");
-        EXPECT_EQ(Text(middle), "middle");
-    }
-    EXPECT_EQ(Text(head), "head!");
-    EXPECT_EQ(strtest::Header(middle).refCount, 1) << "the list let go of its share";
 }

@@ -153,13 +153,12 @@ const Bytes kHead = Concat({kEmptyList, kDefaultName}), kHeadW5 = Concat({kListW
 // Get on each record; Set on what the ok rows rebuilt gives their bytes back.
 TEST(BMemFileRecord, RecordByteTable) {
     // What, the record's head and tail, and the content Get leaves.
-    struct Row {
+    const struct {
         const char* what;
         Bytes head;
         Bytes tail;
         Bytes content;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"ok: empty file", kHead, {0, 0, 0, 0}, {}},
         {"ok: property and content", kHeadW5, {3, 0, 0, 0, 'a', 'b', 'c'}, {'a', 'b', 'c'}},
         {"truncated: only the list, so no name, length or content", kEmptyList, {}, {}},

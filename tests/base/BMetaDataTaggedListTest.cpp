@@ -124,12 +124,11 @@ TEST(BMetaDataTaggedList, SettersStoreTheirLittleEndianImagesOneItemPerTag) {
     void* address = &anchor;
     const Bytes pointer = RunOf(reinterpret_cast<const unsigned char*>(&address), sizeof address);
     using Set = void (*)(BMetaDataTaggedList&, const char*);
-    struct Row {
+    const struct {
         const char* tag;
         Set set;
         Bytes image;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"int", [](auto& l, auto t) { l.SetData(t, -2); }, {0xFE, 0xFF, 0xFF, 0xFF}},
         {"unsigned", [](auto& l, auto t) { l.SetData(t, 7u); }, {7, 0, 0, 0}},
         {"short", [](auto& l, auto t) { l.SetData(t, short{-3}); }, {0xFD, 0xFF}},
@@ -155,13 +154,12 @@ TEST(BMetaDataTaggedList, SettersStoreTheirLittleEndianImagesOneItemPerTag) {
 
 // Tags play no part; data is compared pair by pair, up to the shorter of the two.
 TEST(BMetaDataTaggedList, EqualityComparesDataPairByPair) {
-    struct Row {
+    const struct {
         const char* what;
         std::vector<Bytes> as;
         std::vector<Bytes> bs;
         bool equal;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"same data", {{1}, {2, 3}}, {{1}, {2, 3}}, true},
         {"different counts", {{1}}, {{1}, {2}}, false},
         {"different data", {{1}}, {{2}}, false},
@@ -189,13 +187,12 @@ TEST(BMetaDataTaggedList, ReadsListRecords) {
     TagList wThen16(17, "");
     wThen16[0] = "w";
     // Reason, stream, mode and the tags read.
-    struct Row {
+    const struct {
         const char* reason;
         Bytes stream;
         short mode;
         TagList tags;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"ok: the empty list", kEmptyList, 1, {}},
         {"ok: one item", kListW5, 1, {"w"}},
         {"ok: mode 2 has the marker, its tags are table indexes", kListW5, 2, {""}},
@@ -217,7 +214,7 @@ TEST(BMetaDataTaggedList, ReadsListRecords) {
     }
 }
 
-TEST(BMetaDataTaggedList, WritesListRecordsAndReadsThemBack) {
+TEST(BMetaDataTaggedList, WritesPackagesAndReadsBackListRecords) {
     BMetaDataTaggedList list, back;
     BMemFile empty, one, f;
     list.Write(empty, 1);
@@ -235,6 +232,22 @@ TEST(BMetaDataTaggedList, WritesListRecordsAndReadsThemBack) {
     EXPECT_TRUE(back == list);
     EXPECT_EQ(Tags(back), Tags(list));
     EXPECT_EQ(f.m_position, f.m_length);
+    // A package holds the list record, with or without the marker; unpacking replaces the list.
+    for (short mode : {1, 4}) {
+        SCOPED_TRACE("mode " + std::to_string(mode));
+        BMemFile written;
+        list.Write(written, mode);
+        BMetaDataTagged item;
+        item.m_tag.SetData("name");
+        list.Package(item, mode);
+        EXPECT_EQ(DataOf(item), Written(written));
+        EXPECT_EQ(Tags(list).size(), 3u);
+        EXPECT_STREQ(reinterpret_cast<const char*>(item.m_tag.GetDataPtr()), "name");
+        BMetaDataTaggedList unpacked;
+        unpacked.SetData("stale", 1);
+        unpacked.UnPackage(item, mode);
+        EXPECT_EQ(Items(unpacked), Items(list));
+    }
 }
 
 TEST(BMetaDataTaggedList, AddAndOverwriteUpdatesInPlaceAndAppendsNewTagsInOrder) {
@@ -286,28 +299,6 @@ TEST(BMetaDataTaggedList, RemoveDataTakesEveryMatchAndKeepsOtherPositions) {
     EXPECT_EQ(pos, b);
     list.GetNext(pos);
     EXPECT_EQ(pos, c);
-}
-
-TEST(BMetaDataTaggedList, PackageHoldsTheListRecordAndUnPackageReplacesTheList) {
-    BMetaDataTaggedList list;
-    list.SetData("w", 5);
-    list.SetData("text", "some text");
-    for (short mode : {1, 4}) { // with and without the marker
-        SCOPED_TRACE("mode " + std::to_string(mode));
-        BMemFile f;
-        list.Write(f, mode);
-        BMetaDataTagged item;
-        item.m_tag.SetData("name");
-        list.Package(item, mode);
-        EXPECT_EQ(DataOf(item), Written(f));
-        EXPECT_EQ(Tags(list).size(), 2u);
-        EXPECT_STREQ(reinterpret_cast<const char*>(item.m_tag.GetDataPtr()), "name");
-
-        BMetaDataTaggedList back;
-        back.SetData("stale", 1);
-        back.UnPackage(item, mode);
-        EXPECT_EQ(Items(back), Items(list));
-    }
 }
 
 } // namespace

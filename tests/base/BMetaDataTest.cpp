@@ -14,13 +14,12 @@ TEST(BMetaData, ReadsItemRecords) {
     const Bytes eight = {1, 2, 3, 4, 5, 6, 7, 8}, nine = {1, 2, 3, 4, 5, 6, 7, 8, 9};
     const Bytes big = Concat({{0xAA}, Bytes(4096, 0)});
     // Reason, stream, the item's data after, and the bytes consumed.
-    struct Row {
+    const struct {
         const char* reason;
         Bytes stream;
         Bytes data;
         unsigned int consumed;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"ok: empty item", {0, 0, 0, 0, 0xEE}, {}, 4},
         {"ok: eight bytes", Concat({{8, 0, 0, 0}, eight, {0xEE}}), eight, 12},
         {"ok: nine bytes", Concat({{9, 0, 0, 0}, nine}), nine, 13},
@@ -49,12 +48,11 @@ TEST(BMetaData, ReadsItemRecords) {
 
 // Compares over the common length only; an empty run or a null argument never compares equal.
 TEST(BMetaData, CompareDataOverTheCommonLength) {
-    struct Row {
+    const struct {
         const char* text;
         const char* other;
         int sign;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"abc", "abc", 0},   {"abc", "abcd", 0}, {"abcd", "ab", 0}, {"abz", "abc", -1},
         {"abc", "a\x80", 1}, {"", "a", 1},       {"a", "", 1},      {"ab", nullptr, 1},
     };
@@ -88,12 +86,11 @@ TEST(TagTableDeathTest, TagsGetIndicesInFirstWrittenOrderIgnoringCase) {
 // Reading copies up to the record's size of the text at the index, never past its zero byte.
 TEST(TagTable, ReadCopiesTheTextAtTheIndex) {
     const char* texts[] = {"x", "yy", nullptr};
-    struct Row {
+    const struct {
         const char* what;
         Bytes record;
         Bytes tag;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"ok: a size past the text stops at its zero", {5, 0, 0, 0, 0, 0}, {'x', 0, 0, 0, 0}},
         {"corrupt: negative index keeps zero bytes", {3, 0, 0, 0, 0xFF, 0xFF}, {0, 0, 0}},
         {"corrupt: null entry keeps zero bytes", {3, 0, 0, 0, 2, 0}, {0, 0, 0}},
@@ -112,22 +109,15 @@ TEST(TagTable, ReadCopiesTheTextAtTheIndex) {
 
 // A tag's bytes live in the table, not in the stream, so the stream's length must not cut it.
 TEST(TagTable, TagsOfAnyLengthSurviveTheRoundTrip) {
-    const struct {
-        const char* name;
-        std::string tag;
-    } rows[] = {
-        {"empty tag", ""},
-        {"short tag", "colour"},
-        {"tag longer than the missing-bytes allowance", std::string(5000, 'a')},
-        {"tag longer than 16 bits of size", std::string(70000, 'b')},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
+    // Empty, short, longer than the missing-bytes allowance, longer than 16 bits of size.
+    for (const std::size_t length : {0, 6, 5000, 70000}) {
+        SCOPED_TRACE(length);
+        const std::string tag(length, 'b');
         BMetaDataTaggedList table;
         BMemFile f;
         f.m_metaData.SetData("GlobalMetaTable", static_cast<void*>(&table));
         BMetaData item;
-        item.SetData(row.tag.c_str());
+        item.SetData(tag.c_str());
         item.Write(f, 2);
 
         const std::vector<std::string> texts = Tags(table);

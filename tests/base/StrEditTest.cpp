@@ -83,13 +83,22 @@ void (*const kEditOps[])(Str&, M&, A) = {
     [](Str& s, M& m, A p) { s = p.js, m = p.jm; },
     [](Str& s, M&, A p) { s.Compact(p.b); },
     [](Str& s, M& m, A) { s.EndInSlash(), m += m.empty() || m.back() == '/' ? "" : "/"; },
+    [](Str& s, M& m, A p) {
+        const int n = p.b % (p.len - p.pos + 1);
+        s.AppendChars(At(s, p.pos), n), m.append(M(m, Z(p.pos), Z(n)));
+    },
+    [](Str& s, M& m, A p) {
+        const M from(m, Z(p.b % (p.len + 1)));
+        s.ReplaceAt(p.pos, p.count, At(s, p.b % (p.len + 1))),
+            m.replace(Z(p.pos), Z(p.count), from);
+    },
 };
 
 } // namespace
 
-// Random edits on a few strings that share blocks with each other, compared with std::string
-// after every step. Only Insert past the end, ReplaceAt of nothing or past the end and SetAt at
-// the length may throw, and then nothing changes.
+// Random edits on a few strings that share blocks with each other, some reading the string's own
+// text, compared with std::string after every step. Only Insert past the end, ReplaceAt of nothing
+// or past the end and SetAt at the length may throw, and then nothing changes.
 TEST(StrEdit, RandomEditsMatchAStdStringModel) {
     const TestSeed seed;
     std::mt19937 rng(seed.value);
@@ -107,7 +116,8 @@ TEST(StrEdit, RandomEditsMatchAStdStringModel) {
             kEditOps[op](strs[k], model[k], p);
         } catch (const StrException& e) {
             EXPECT_EQ(e.code, Str::ecIndexRange);
-            EXPECT_TRUE(op == 2 || op == 8 || op == 9) << "op " << op << " step " << step;
+            EXPECT_TRUE(op == 2 || op == 8 || op == 9 || op == 23)
+                << "op " << op << " step " << step;
         }
         if (model[k].size() > 1500)
             strs[k].TruncateAt(100), model[k].resize(100);
@@ -118,39 +128,6 @@ TEST(StrEdit, RandomEditsMatchAStdStringModel) {
             ASSERT_TRUE(OnEmptyBlock(strs[i]) || (h.capacity % 64 == 63 && h.capacity >= h.length));
         }
     }
-}
-
-TEST(StrEdit, EditsMayReadTheStringsOwnText) {
-    const std::string k40(40, 'k'), big(1000, 'g');
-    struct Row {
-        const char* name;
-        std::string initial;
-        Op op;
-        std::string expected;
-    };
-    const Row rows[] = {
-        {"+= of itself, short", k40, [](Str& s) { s += s; }, k40 + k40},
-        {"+= of itself, resized where it lies when unshared", big, [](Str& s) { s += s; },
-         big + big},
-        {"AppendChars from its own text", "abcd", [](Str& s) { s.AppendChars(At(s, 1), 2); },
-         "abcdbc"},
-        {"Insert of its own text", k40 + "mm", [](Str& s) { s.Insert(s, 40, 41); },
-         k40 + k40 + "m" + "mm"},
-        {"ReplaceAt from after the range", "abcd", [](Str& s) { s.ReplaceAt(0, 1, At(s, 1)); },
-         "bcdbcd"},
-        {"ReplaceAt from inside the range", "abcd", [](Str& s) { s.ReplaceAt(1, 2, At(s, 2)); },
-         "acdd"},
-        {"Copy_Native of its own tail", "abcdef", [](Str& s) { s.Copy_Native(At(s, 4)); }, "ef"},
-    };
-    for (const auto& [name, initial, op, expected] : rows)
-        for (int shared = 0; shared < 2; ++shared) {
-            SCOPED_TRACE(std::string(name) + (shared ? ", shared" : ", unshared"));
-            Str s(initial.c_str());
-            const Str other = shared ? s : Str();
-            op(s);
-            EXPECT_EQ(Text(s), expected);
-            EXPECT_EQ(Text(other), shared ? initial : "");
-        }
 }
 
 TEST(StrEdit, BadArgumentsThrowTheirCodeAndChangeNothing) {
@@ -201,13 +178,12 @@ TEST(StrEdit, CapacitiesFollowTheSizingRules) {
     const Op keep = [](Str&) {}, compact = [](Str&s) { s.Compact(0); },
              copy = [](Str&s) { s.Copy_Native("abc"); },
              replace = [&](Str&s) { s.ReplaceAt(0, 1, &s200[0]); };
-    struct Row {
+    const struct {
         const char* why;
         Str s;
         int capacity;
         int length;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"prealloc counts", Edited("abc", 200, false, keep), 255, 3},
         {"negative length", Edited("", 0, false, [](Str& s) { s.NewFromString("a", -1, 9, 0); }),
          63, 0},

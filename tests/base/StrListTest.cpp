@@ -36,15 +36,14 @@ TEST(StrListTest, FindAddUniqueAndCombine) {
     enum Op { Find, AddUnique, Combine, CombineUnique, CombineSelf, CombineSelfUnique };
     // The other list holds the text looked for or the list combined; id is the returned node's
     // (0 for null).
-    struct Row {
+    const struct {
         const char* name;
         Op op;
         Texts start;
         Texts others;
         Texts after;
         std::uint32_t id;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"Find: empty", Find, {}, {"abc"}, {}, 0},
         {"Find: exact", Find, {"ABC", "abcd", "ab"}, {"abc"}, {"ABC", "abcd", "ab"}, 0},
         {"Find: first match", Find, {"x", "abc", "abc"}, {"abc"}, {"x", "abc", "abc"}, 2},
