@@ -56,6 +56,34 @@ bool WriteAll(int fd, const char* data, std::size_t size) {
     return true;
 }
 
+// Gives the new file `fd` (at `temporary`; -1 when it could not be made) `mode` and `bytes`,
+// flushes it to disk and renames it over `target`. On failure the temporary is removed, `target`
+// is untouched and `error` says why.
+bool FillAndRename(int fd, const std::string& temporary, const std::string& target, mode_t mode,
+                   const std::string& bytes, std::string& error) {
+    bool ok = fd >= 0 && fchmod(fd, mode) == 0 && WriteAll(fd, bytes.data(), bytes.size());
+    if (ok)
+        Reached(WritePoint::TempWritten);
+    ok = ok && fsync(fd) == 0;
+    int why = errno;
+    if (fd >= 0 && ::close(fd) != 0 && ok) {
+        ok = false;
+        why = errno;
+    }
+    if (ok)
+        Reached(WritePoint::TempSynced);
+    if (ok && std::rename(temporary.c_str(), target.c_str()) != 0) {
+        ok = false;
+        why = errno;
+    }
+    if (!ok) {
+        if (fd >= 0)
+            ::unlink(temporary.c_str());
+        error = ErrorText(why);
+    }
+    return ok;
+}
+
 std::chrono::duration<double> LockTimeout() {
     const char* text = std::getenv("BKGCOLORS_LOCK_TIMEOUT");
     char* end = nullptr;
@@ -241,24 +269,8 @@ bool WriteWholeFile(const std::string& path, const std::string& bytes, std::stri
         mode = 0666 & ~mask;
     }
     std::string temporary = FolderOf(target) + "/.bkgcolors-export-XXXXXX";
-    const int fd = mkostemp(temporary.data(), O_CLOEXEC);
-    bool ok = fd >= 0 && fchmod(fd, mode) == 0 && WriteAll(fd, bytes.data(), bytes.size()) &&
-              fsync(fd) == 0;
-    int why = errno;
-    if (fd >= 0 && ::close(fd) != 0 && ok) {
-        ok = false;
-        why = errno;
-    }
-    if (ok && std::rename(temporary.c_str(), target.c_str()) != 0) {
-        ok = false;
-        why = errno;
-    }
-    if (!ok) {
-        if (fd >= 0)
-            ::unlink(temporary.c_str());
-        error = ErrorText(why);
-    }
-    return ok;
+    return FillAndRename(mkostemp(temporary.data(), O_CLOEXEC), temporary, target, mode, bytes,
+                         error);
 }
 
 bool ReplaceFile(const std::string& path, const std::string& bytes, std::string& error) {
@@ -268,28 +280,10 @@ bool ReplaceFile(const std::string& path, const std::string& bytes, std::string&
     // killed mid-write leaves it behind, and the next writer replaces it instead of adding another.
     const std::string temporary = path + ".tmp";
     ::unlink(temporary.c_str());
-    int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
-    bool ok = fd >= 0 && fchmod(fd, mode) == 0 && WriteAll(fd, bytes.data(), bytes.size());
-    if (ok)
-        Reached(WritePoint::TempWritten);
-    ok = ok && fsync(fd) == 0;
-    int why = errno;
-    if (fd >= 0 && ::close(fd) != 0 && ok) {
-        ok = false;
-        why = errno;
-    }
-    if (ok)
-        Reached(WritePoint::TempSynced);
-    if (ok && std::rename(temporary.c_str(), path.c_str()) != 0) {
-        ok = false;
-        why = errno;
-    }
-    if (!ok) {
-        if (fd >= 0)
-            ::unlink(temporary.c_str());
-        error = ErrorText(why);
+    const int fd =
+        ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+    if (!FillAndRename(fd, temporary, path, mode, bytes, error))
         return false;
-    }
     Reached(WritePoint::Renamed);
     int folder = ::open(FolderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (folder >= 0) {
